@@ -1,0 +1,113 @@
+#include "core/platform.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace core {
+
+namespace {
+
+// A thread's number is asked once and kept; a fork makes the kept ones of the child invalid.
+constinit std::atomic<unsigned> fork_generation{1};
+
+struct kept_thread_id {
+    unsigned generation = 0;
+    std::uint32_t id = 0;
+};
+
+constinit thread_local kept_thread_id kept_id;
+
+void watch_forks() noexcept {
+    static const int registered = pthread_atfork(
+        nullptr, nullptr, [] { fork_generation.fetch_add(1, std::memory_order_relaxed); });
+    static_cast<void>(registered);
+}
+
+} // namespace
+
+std::uint32_t current_thread_id() noexcept {
+    const unsigned generation = fork_generation.load(std::memory_order_relaxed);
+    if (kept_id.generation == generation) return kept_id.id;
+    watch_forks();
+    kept_id = {generation, static_cast<std::uint32_t>(gettid())};
+    return kept_id.id;
+}
+
+std::string utc_stamp() {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    gmtime_r(&now, &parts);
+    char text[50];
+    const std::size_t length = std::strftime(text, sizeof text, "%FT%TZ", &parts);
+    if (length >= 19 && text[10] == 'T') text[10] = ' ';
+    return {text, length};
+}
+
+file_descriptor::file_descriptor(file_descriptor&& other) noexcept
+    : m_number(std::exchange(other.m_number, -1)) {}
+
+file_descriptor& file_descriptor::operator=(file_descriptor&& other) noexcept {
+    if (this != &other) {
+        close();
+        m_number = std::exchange(other.m_number, -1);
+    }
+    return *this;
+}
+
+int file_descriptor::open(const std::string& path) noexcept {
+    close();
+    // Without O_NONBLOCK a pipe without a writer would hold the caller for ever.
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    do {
+        m_number = ::open(path.c_str(), flags);
+    } while (m_number < 0 && errno == EINTR);
+    if (m_number < 0) return errno;
+
+    struct stat status {};
+
+    if (::fstat(m_number, &status) == 0 && S_ISDIR(status.st_mode)) {
+        close();
+        return EISDIR;
+    }
+    return 0;
+}
+
+file_descriptor file_descriptor::duplicate(int& error) const noexcept {
+    file_descriptor second;
+    second.m_number = ::fcntl(m_number, F_DUPFD_CLOEXEC, 0);
+    error = second.is_open() ? 0 : errno;
+    return second;
+}
+
+void file_descriptor::close() noexcept {
+    if (m_number >= 0) ::close(std::exchange(m_number, -1));
+}
+
+file_descriptor::outcome file_descriptor::size() const noexcept {
+    struct stat status {};
+
+    if (::fstat(m_number, &status) != 0) return {0, errno};
+    if (!S_ISREG(status.st_mode)) return {0, 0};
+    return {static_cast<std::uint64_t>(status.st_size), 0};
+}
+
+file_descriptor::outcome file_descriptor::read_at(void* buffer, std::uint64_t count,
+                                                  std::uint64_t position) const noexcept {
+    constexpr std::uint64_t kernel_limit = 0x7FFFF000; // the most that one call transfers
+    const auto wanted = static_cast<std::size_t>(std::min(count, kernel_limit));
+    ssize_t got = 0;
+    do {
+        got = ::pread(m_number, buffer, wanted, static_cast<off_t>(position));
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) return {0, errno};
+    return {static_cast<std::uint64_t>(got), 0};
+}
+
+} // namespace core

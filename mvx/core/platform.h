@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace core {
+
+/// Number of the calling thread, as the kernel counts threads. Right after a fork too.
+std::uint32_t current_thread_id() noexcept;
+
+/// The time of day as UTC text: "2026-11-12 08:15:30Z".
+std::string utc_stamp();
+
+/// Owns a descriptor open for reading. All calls restart when a signal interrupts them.
+class file_descriptor {
+public:
+    file_descriptor() noexcept = default;
+    file_descriptor(file_descriptor&& other) noexcept;
+    file_descriptor& operator=(file_descriptor&& other) noexcept;
+
+    ~file_descriptor() { close(); }
+
+    /// What a call gave: its value, or the error number where `error` is not 0.
+    struct outcome {
+        std::uint64_t value;
+        int error;
+    };
+
+    /// Opens for reading, with no waiting for a peer. Folders are refused. 0 or an error number.
+    int open(const std::string& path) noexcept;
+
+    /// A second descriptor of the same open file. Not open if it cannot be had; `error` says why.
+    file_descriptor duplicate(int& error) const noexcept;
+
+    bool is_open() const noexcept { return m_number >= 0; }
+
+    void close() noexcept;
+
+    /// Length of a regular file; 0 for anything else.
+    outcome size() const noexcept;
+
+    /// One read at `position` that leaves no trace in the open file.
+    outcome read_at(void* buffer, std::uint64_t count, std::uint64_t position) const noexcept;
+
+private:
+    int m_number = -1;
+};
+
+} // namespace core

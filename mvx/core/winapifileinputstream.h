@@ -1,0 +1,58 @@
+#pragma once
+
+#include "core/inputstream.h"
+#include "core/platform.h"
+
+#include <string>
+
+namespace core {
+
+/// Reads a file of the file system. A file that cannot be opened is an empty stream: the failure
+/// stands in the log, nothing throws. The size is fixed at open.
+class CWApiFileInputStream : public input_stream {
+public:
+    explicit CWApiFileInputStream(const std::wstring& file_path);
+    ~CWApiFileInputStream() override;
+
+    // input_stream
+    /// Reads the very file that this stream opened, even if its name now means another one.
+    input_stream_ptr clone() const override;
+
+    bool is_seekable() const override { return true; }
+
+    std::uint64_t skip(std::uint64_t count) override;
+    std::uint64_t read_impl(std::uint8_t* buffer, std::uint64_t count) override;
+
+    std::uint64_t size_impl() const override { return file_size; }
+
+    std::uint64_t pos_impl() const override;
+    bool set_pos_impl(std::uint64_t position) override;
+
+protected:
+    CWApiFileInputStream(const CWApiFileInputStream& source);
+
+private:
+    enum seek_origin : std::uint8_t { from_start, from_current };
+
+    /// The new position in two halves. A low half of all ones means failure.
+    struct file_pointer {
+        std::uint32_t low;
+        std::uint32_t high;
+
+        bool failed() const noexcept { return low == 0xFFFFFFFF; }
+
+        std::uint64_t joined() const noexcept { return std::uint64_t{high} << 32 | low; }
+    };
+
+    void open();
+    void learn_size();
+    void log_failure(const char* words, int error) const;
+    file_pointer set_file_pointer(std::uint64_t distance, seek_origin origin) const noexcept;
+
+    std::wstring path;
+    file_descriptor handle;
+    std::uint64_t file_size = 0;
+    mutable std::uint64_t m_position = 0; // the descriptor's own offset stays unused
+};
+
+} // namespace core
