@@ -211,7 +211,7 @@ template <class T>
 struct make_smart_enabler final : T {
     using T::T;
 
-    explicit make_smart_enabler(const T& source) : T(source) {}
+    explicit make_smart_enabler(const T& original) : T(original) {}
 
     ~make_smart_enabler() override = default;
 };

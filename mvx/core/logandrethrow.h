@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -26,7 +27,8 @@ decltype(auto) log_and_rethrow(Work&& work, source_place place = source_place::h
 
 /// Throws, and logs itself as log_and_rethrow would: for a failure that is logged where it is born.
 template <class Exception = exception>
-[[noreturn]] void throw_logged(const char* message, source_place place = source_place::here()) {
+[[noreturn]] void throw_logged(const std::string& message,
+                               source_place place = source_place::here()) {
     log_and_rethrow([&] { throw Exception(message); }, place);
     __builtin_unreachable();
 }

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <fcntl.h>
 #include <filesystem>
 #include <ios>
 #include <optional>
@@ -56,9 +57,13 @@ log_file::log_file(const std::wstring& log_path)
     : m_log_path(encoded(log_path)), m_backup_path(m_log_path + ".bak") {}
 
 void log_file::open_stream() {
-    if (m_stream.is_open()) return;
-    m_stream.open(m_log_path, std::ios::out | std::ios::app | std::ios::binary);
-    if (!m_stream.is_open()) throw log_failure("Failed to open log file.");
+    if (m_file.is_open()) return;
+    constexpr mode_t for_everyone = 0666; // less the process's mask
+    const int number =
+        ::open(m_log_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, for_everyone);
+    if (number < 0) throw log_failure("Failed to open log file.");
+    m_file = decltype(m_file)(number, std::ios::out | std::ios::app | std::ios::binary);
+    m_stream.clear();
 }
 
 void log_file::rotate_if_full() {
@@ -80,7 +85,7 @@ void log_file::end_line() {
 }
 
 void log_file::close() {
-    if (m_stream.is_open()) m_stream.close();
+    if (m_file.is_open() && m_file.close() == nullptr) m_stream.setstate(std::ios::failbit);
 }
 
 std::uint64_t log_file::size_on_disk() const {

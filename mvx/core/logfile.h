@@ -3,8 +3,9 @@
 #include <atomic>
 #include <cstdint>
 #include <exception>
-#include <fstream>
+#include <ext/stdio_filebuf.h>
 #include <memory>
+#include <ostream>
 #include <pthread.h>
 #include <string>
 #include <string_view>
@@ -31,7 +32,7 @@ public:
     /// Opens for appending. Throws log_failure.
     void open_stream();
 
-    bool is_open() const { return m_stream.is_open(); }
+    bool is_open() const { return m_file.is_open(); }
 
     /// Turns the file over if it has reached the limit. A size that cannot be learned counts as 0;
     /// a turnover that fails throws.
@@ -47,7 +48,8 @@ private:
 
     std::string m_log_path;
     std::string m_backup_path;
-    std::ofstream m_stream;
+    __gnu_cxx::stdio_filebuf<char> m_file; // over a descriptor that a child does not inherit
+    std::ostream m_stream{&m_file};
 };
 
 /// What every thread of the process logs through.

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -30,6 +31,10 @@ void watch_forks() noexcept {
     static_cast<void>(registered);
 }
 
+void throw_on(int error) {
+    if (error != 0) throw std::system_error(error, std::system_category());
+}
+
 } // namespace
 
 std::uint32_t current_thread_id() noexcept {
@@ -49,6 +54,14 @@ std::string utc_stamp() {
     if (length >= 19 && text[10] == 'T') text[10] = ' ';
     return {text, length};
 }
+
+void reader_writer_lock::lock() { throw_on(pthread_rwlock_wrlock(&m_lock)); }
+
+void reader_writer_lock::unlock() noexcept { pthread_rwlock_unlock(&m_lock); }
+
+void reader_writer_lock::lock_shared() { throw_on(pthread_rwlock_rdlock(&m_lock)); }
+
+void reader_writer_lock::unlock_shared() noexcept { pthread_rwlock_unlock(&m_lock); }
 
 file_descriptor::file_descriptor(file_descriptor&& other) noexcept
     : m_number(std::exchange(other.m_number, -1)) {}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <pthread.h>
 #include <string>
 
 namespace core {
@@ -10,6 +11,23 @@ std::uint32_t current_thread_id() noexcept;
 
 /// The time of day as UTC text: "2026-11-12 08:15:30Z".
 std::string utc_stamp();
+
+/// Many readers or one writer. A waiting writer goes before new readers, so a thread must not take
+/// it shared twice. Works with std::shared_lock and std::unique_lock; constant-initialised.
+class reader_writer_lock {
+public:
+    constexpr reader_writer_lock() noexcept = default;
+    reader_writer_lock(const reader_writer_lock&) = delete;
+    reader_writer_lock& operator=(const reader_writer_lock&) = delete;
+
+    void lock();
+    void unlock() noexcept;
+    void lock_shared();
+    void unlock_shared() noexcept;
+
+private:
+    pthread_rwlock_t m_lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+};
 
 /// Owns a descriptor open for reading. All calls restart when a signal interrupts them.
 class file_descriptor {

@@ -28,6 +28,9 @@ constexpr std::uint32_t high_surrogate_of(std::uint32_t value) {
 
 constexpr std::uint32_t low_surrogate_of(std::uint32_t value) { return 0xDC00 + (value & 0x3FF); }
 
+/// An element as a number: wchar_t is signed here, and a negative one is beyond Unicode.
+constexpr std::uint32_t value_of(wchar_t element) { return static_cast<char32_t>(element); }
+
 /// Hands out a wide string's 16-bit units one after another.
 class unit_reader {
 public:
@@ -37,7 +40,7 @@ public:
 
     std::uint32_t next() {
         if (m_pending != 0) return std::exchange(m_pending, 0);
-        const auto value = static_cast<std::uint32_t>(m_text[m_pos++]);
+        const std::uint32_t value = value_of(m_text[m_pos++]);
         if (!is_supplementary(value)) return value;
         m_pending = low_surrogate_of(value);
         return high_surrogate_of(value);
@@ -51,9 +54,9 @@ private:
 
 /// Takes the code point at `pos` and moves past it, joining a surrogate pair.
 std::uint32_t take_code_point(std::wstring_view wide, std::size_t& pos) {
-    const auto value = static_cast<std::uint32_t>(wide[pos++]);
+    const std::uint32_t value = value_of(wide[pos++]);
     if (!is_high_surrogate(value) || pos == wide.size()) return value;
-    const auto next = static_cast<std::uint32_t>(wide[pos]);
+    const std::uint32_t next = value_of(wide[pos]);
     if (!is_low_surrogate(next)) return value;
     ++pos;
     return 0x10000 + ((value - 0xD800) << 10) + (next - 0xDC00);
@@ -136,8 +139,8 @@ std::wstring widen_bytes(std::string_view bytes) {
     std::wstring wide;
     wide.reserve(bytes.size());
     for (const char byte : bytes) {
-        const std::int16_t extended = static_cast<signed char>(byte);
-        wide.push_back(static_cast<wchar_t>(static_cast<std::uint16_t>(extended)));
+        const auto value = static_cast<unsigned char>(byte);
+        wide.push_back(static_cast<wchar_t>(value < 0x80 ? value : 0xFF00 + value));
     }
     return wide;
 }

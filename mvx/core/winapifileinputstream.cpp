@@ -57,9 +57,9 @@ void CWApiFileInputStream::log_failure(const char* words, int error) const {
 }
 
 CWApiFileInputStream::file_pointer
-CWApiFileInputStream::set_file_pointer(std::uint64_t distance, seek_origin origin) const noexcept {
-    m_position = origin == from_start ? distance : m_position + distance;
-    return {static_cast<std::uint32_t>(m_position), static_cast<std::uint32_t>(m_position >> 32)};
+CWApiFileInputStream::set_file_pointer(std::uint64_t position) noexcept {
+    m_position = position;
+    return file_pointer(position);
 }
 
 input_stream_ptr CWApiFileInputStream::clone() const {
@@ -85,7 +85,7 @@ std::uint64_t CWApiFileInputStream::read_impl(std::uint8_t* buffer, std::uint64_
 
 std::uint64_t CWApiFileInputStream::pos_impl() const {
     if (!handle.is_open()) return size();
-    const file_pointer current = set_file_pointer(0, from_current);
+    const file_pointer current(m_position);
     if (!current.failed()) return current.joined();
     error_logger{} << "File input stream set pos failed: " << 0;
     assertion("false");
@@ -94,7 +94,7 @@ std::uint64_t CWApiFileInputStream::pos_impl() const {
 
 bool CWApiFileInputStream::set_pos_impl(std::uint64_t position) {
     if (!handle.is_open()) return false;
-    if (set_file_pointer(std::min(position, file_size), from_start).failed()) {
+    if (set_file_pointer(std::min(position, file_size)).failed()) {
         error_logger{} << "File input stream set pos failed: " << 0;
         assertion("false");
     }
@@ -105,7 +105,7 @@ std::uint64_t CWApiFileInputStream::skip(std::uint64_t count) {
     if (!handle.is_open()) return 0;
     const std::uint64_t distance = std::min(count, remaining());
     if (distance == 0) return 0;
-    if (!set_file_pointer(distance, from_current).failed()) return distance;
+    if (!set_file_pointer(m_position + distance).failed()) return distance;
     error_logger{} << "File input stream skip failed: " << 0;
     return 0;
 }

@@ -32,27 +32,29 @@ protected:
     CWApiFileInputStream(const CWApiFileInputStream& source);
 
 private:
-    enum seek_origin : std::uint8_t { from_start, from_current };
-
-    /// The new position in two halves. A low half of all ones means failure.
+    /// A position in the two halves in which it is judged: a low half of all ones means failure.
     struct file_pointer {
-        std::uint32_t low;
-        std::uint32_t high;
+        explicit file_pointer(std::uint64_t position) noexcept
+            : low(static_cast<std::uint32_t>(position)),
+              high(static_cast<std::uint32_t>(position >> 32)) {}
 
         bool failed() const noexcept { return low == 0xFFFFFFFF; }
 
         std::uint64_t joined() const noexcept { return std::uint64_t{high} << 32 | low; }
+
+        std::uint32_t low;
+        std::uint32_t high;
     };
 
     void open();
     void learn_size();
     void log_failure(const char* words, int error) const;
-    file_pointer set_file_pointer(std::uint64_t distance, seek_origin origin) const noexcept;
+    file_pointer set_file_pointer(std::uint64_t position) noexcept;
 
     std::wstring path;
     file_descriptor handle;
     std::uint64_t file_size = 0;
-    mutable std::uint64_t m_position = 0; // the descriptor's own offset stays unused
+    std::uint64_t m_position = 0; // the descriptor's own offset stays unused
 };
 
 } // namespace core

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "support/temp_folder.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace support {
+
+/// One line of the log, taken apart. Lines that a message itself breaks belong to its `text`.
+struct log_line {
+    std::string level;  // "ERROR", "Debug", ...
+    std::string module; // "mvx\core\debug"
+    int line = 0;
+    std::string text;
+};
+
+/// Opens the log in a folder of its own and hands back what was written.
+class log_capture {
+public:
+    /// `level` 5 shows assertions.
+    explicit log_capture(std::int16_t level = 5);
+    log_capture(const log_capture&) = delete;
+    log_capture& operator=(const log_capture&) = delete;
+    ~log_capture();
+
+    const std::string& path() const { return m_path; }
+
+    /// All lines since the start or the last clear().
+    std::vector<log_line> lines() const;
+
+    /// The same lines as "LEVEL module: text", the module without its folders.
+    std::vector<std::string> summary() const;
+
+    /// How many lines have exactly this text.
+    int count(std::string_view text) const;
+
+    void clear();
+
+private:
+    temp_folder m_folder;
+    std::string m_path;
+    std::size_t m_start = 0;
+};
+
+} // namespace support

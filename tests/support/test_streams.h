@@ -1,0 +1,85 @@
+#pragma once
+
+#include "core/bytearrayinputstream.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace support {
+
+using bytes = std::vector<std::uint8_t>;
+
+inline bytes to_bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+/// `count` bytes that differ from their neighbours and repeat only after 251.
+inline bytes counted_bytes(std::size_t count) {
+    bytes content(count);
+    for (std::size_t i = 0; i != count; ++i)
+        content[i] = static_cast<std::uint8_t>(i % 251);
+    return content;
+}
+
+inline core::input_stream_ptr deep_stream(const bytes& content) {
+    return std::make_unique<core::CDeepByteArrayInputStream>(content.data(), content.size());
+}
+
+/// Delivers at most `most` bytes a read, and counts the reads and seeks.
+class trickle_stream : public core::input_stream {
+public:
+    trickle_stream(bytes content, std::uint64_t most)
+        : m_content(std::move(content)), m_most(most) {}
+
+    core::input_stream_ptr clone() const override {
+        if (clone_fails) return nullptr;
+        return std::make_unique<core::make_smart_enabler<trickle_stream>>(*this);
+    }
+
+    bool is_seekable() const override { return true; }
+
+    std::uint64_t read_impl(std::uint8_t* buffer, std::uint64_t count) override {
+        ++reads;
+        const std::uint64_t got = std::min({count, m_most, remaining()});
+        std::copy_n(m_content.begin() + static_cast<std::ptrdiff_t>(m_pos), got, buffer);
+        m_pos += got;
+        return got;
+    }
+
+    std::uint64_t size_impl() const override { return m_content.size(); }
+
+    std::uint64_t pos_impl() const override { return m_pos; }
+
+    bool set_pos_impl(std::uint64_t position) override {
+        ++seeks;
+        m_pos = std::min<std::uint64_t>(position, m_content.size());
+        return m_pos == position;
+    }
+
+    int reads = 0;
+    int seeks = 0;
+    bool clone_fails = false;
+
+protected:
+    trickle_stream(const trickle_stream&) = default;
+
+private:
+    bytes m_content;
+    std::uint64_t m_most;
+    std::uint64_t m_pos = 0;
+};
+
+/// Cannot seek; can start over.
+class forward_stream : public trickle_stream {
+public:
+    using trickle_stream::trickle_stream;
+
+    bool is_seekable() const override { return false; }
+
+    void reset_impl() override { trickle_stream::set_pos_impl(0); }
+
+    bool set_pos_impl(std::uint64_t) override { return false; }
+};
+
+} // namespace support
