@@ -1,0 +1,254 @@
+#include "core_crypto/hashcommon.h"
+
+#include "support/log_capture.h"
+#include "support/rows.h"
+#include "support/test_keys.h"
+#include "support/test_streams.h"
+
+#include <array>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <openssl/provider.h>
+
+namespace {
+
+using namespace core;
+using support::bytes;
+using support::test_keys;
+using support::to_bytes;
+
+std::string hex(const bytes& digest) {
+    std::string text;
+    for (const std::uint8_t byte : digest) {
+        text += "0123456789abcdef"[byte >> 4];
+        text += "0123456789abcdef"[byte & 15];
+    }
+    return text;
+}
+
+/// The digests of "abc" and of the empty message, as published.
+struct digest_row {
+    const char* name;
+    EHashType type;
+    const char* of_abc;
+    const char* of_nothing;
+};
+
+constexpr digest_row digests[] = {
+    {"md4", hash_md4, "a448017aaf21d8525fc10ae87aa6729d", "31d6cfe0d16ae931b73c59d7e0c089c0"},
+    {"md5", hash_md5, "900150983cd24fb0d6963f7d28e17f72", "d41d8cd98f00b204e9800998ecf8427e"},
+    {"sha1", hash_sha1, "a9993e364706816aba3e25717850c26c9cd0d89d",
+     "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
+    {"sha256", hash_sha256, "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad",
+     "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
+    {"sha512", hash_sha512,
+     "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
+     "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f",
+     "cf83e1357eefb8bdf1542850d66d8007d620e4050b5715dc83f4a921d36ce9ce"
+     "47d0d13c5d85f2b0ff8318d2877eec2f63b931bd47417a81a538327af927da3e"},
+    {"blake2b512", hash_blake2b512,
+     "ba80a53f981c4d0d6a2797b69f12f6e94c212f14685ac4b74b12bb6fdbffa2d1"
+     "7d87c5392aab792dc252d5de4533cc9518d38aa8dbf1925ab92386edd4009923",
+     "786a02f742015903c6c6fd852552d272912f4740e15847618a86e217f71f5419"
+     "d25e1031afee585313896444934eb04b903a685b1448b755d56f701afe9be2ce"},
+};
+
+class HashDigest : public testing::TestWithParam<digest_row> {};
+
+TEST_P(HashDigest, PublishedValues) {
+    CHash hash(GetParam().type);
+    EXPECT_FALSE(hash.update_text("lost")) << "init comes first";
+    ASSERT_TRUE(hash.init());
+    EXPECT_TRUE(hash.update_text("a"));
+    EXPECT_TRUE(hash.update_byte('b'));
+    const bytes so_far = hash.peek();
+    EXPECT_EQ(hash.peek(), so_far);
+    EXPECT_TRUE(hash.update_bytes(to_bytes("c")));
+    EXPECT_NE(hash.peek(), so_far);
+    EXPECT_EQ(hex(hash.peek()), GetParam().of_abc);
+    EXPECT_EQ(hex(hash.finish()), GetParam().of_abc);
+    EXPECT_EQ(hex(hash.finish()), GetParam().of_nothing) << "a new digest begins at once";
+    hash.update_raw("lost", 4);
+    hash.restart();
+    EXPECT_EQ(hex(hash.finish()), GetParam().of_nothing);
+    EXPECT_EQ(hash.digest_size() * 2, std::string(GetParam().of_abc).size());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, HashDigest, testing::ValuesIn(digests), support::row_name);
+
+TEST(Hash, UnknownTypeIsAssertedAndRefuses) {
+    const support::log_capture log;
+    CHash hash(static_cast<EHashType>(6));
+    EXPECT_EQ(log.summary(), std::vector<std::string>{"Debug debug: [ASSERT] false"});
+    EXPECT_EQ(hash.digest_size(), 0u);
+    EXPECT_FALSE(hash.init());
+    EXPECT_FALSE(hash.update_byte(0));
+    EXPECT_TRUE(hash.peek().empty());
+    EXPECT_TRUE(hash.finish().empty());
+}
+
+TEST(Hash, LegacyProviderStaysOutOfTheDefaultContext) {
+    ASSERT_TRUE(CHash(hash_md4).init());
+    EXPECT_EQ(OSSL_PROVIDER_available(nullptr, "legacy"), 0);
+    EXPECT_EQ(EVP_MD_fetch(nullptr, "MD4", nullptr), nullptr);
+    ERR_clear_error();
+}
+
+/// Key files in both modes. Only the first two are what a mode wants.
+struct key_file_row {
+    const char* name;
+    const char* command; // writes the file "$K"
+    bool signs;
+    bool verifies;
+};
+
+constexpr key_file_row key_files[] = {
+    {"private_key", "openssl genrsa -out $K 1024", true, false},
+    {"public_key", "openssl genrsa 1024 | openssl rsa -pubout -out $K", false, true},
+    {"pkcs1_private_key", "openssl genrsa -traditional -out $K 1024", true, false},
+    {"pkcs1_public_key", "openssl genrsa 1024 | openssl rsa -RSAPublicKey_out -out $K", false,
+     false},
+    {"encrypted_private_key", "openssl genrsa -aes128 -passout pass:secret -out $K 1024", false,
+     false},
+    {"public_key_that_claims_encryption",
+     "openssl genrsa 1024 | openssl rsa -pubout | "
+     "sed '1a Proc-Type: 4,ENCRYPTED\\nDEK-Info: AES-128-CBC,00112233445566778899AABBCCDDEEFF\\n' "
+     ">$K",
+     false, false},
+    {"ec_private_key", "openssl ecparam -name prime256v1 -genkey -noout -out $K", false, false},
+    {"ec_public_key",
+     "openssl ecparam -name prime256v1 -genkey -noout | openssl ec -pubout -out $K", false, false},
+    {"garbage", "echo 'no key at all' >$K", false, false},
+    {"folder", "mkdir $K", false, false},
+    {"missing", "true", false, false},
+};
+
+class SignatureKeyFile : public testing::TestWithParam<key_file_row> {};
+
+TEST_P(SignatureKeyFile, LoadsWhatItsModeWants) {
+    const support::temp_folder folder;
+    support::output_of("K=" + folder.file("key") + "; (" + GetParam().command + ") 2>&1");
+    CSignature sign(signature_sign, key_rsa, hash_sha512);
+    CSignature verify(signature_verify, key_rsa, hash_sha512);
+    EXPECT_EQ(sign.init_from_key_file(folder.wide_file("key")), GetParam().signs);
+    EXPECT_EQ(verify.init_from_key_file(folder.wide_file("key")), GetParam().verifies);
+    EXPECT_EQ(sign.update_text("text"), GetParam().signs);
+    EXPECT_EQ(verify.update_text("text"), GetParam().verifies);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SignatureKeyFile, testing::ValuesIn(key_files), support::row_name);
+
+TEST(SignatureKind, UnknownModeKeyOrHashNeverBegins) {
+    for (CSignature& signature : std::array<CSignature, 3>{
+             CSignature(static_cast<ESignatureMode>(3), key_rsa, hash_sha512),
+             CSignature(signature_verify, static_cast<EKeyType>(1), hash_sha512),
+             CSignature(signature_verify, key_rsa, static_cast<EHashType>(6)),
+         }) {
+        EXPECT_FALSE(signature.init_from_key_file(test_keys::signing().wide_public_path()));
+        EXPECT_FALSE(signature.update_byte(std::uint8_t{1}));
+        EXPECT_FALSE(signature.verify_text("x"));
+    }
+}
+
+class Signature : public testing::Test {
+protected:
+    /// Loads the key and feeds "signed text" through every kind of update.
+    bool begin(const test_keys& with = test_keys::signing()) {
+        return verify.init_from_key_file(with.wide_public_path()) &&
+               verify.update_text("signed ") && verify.update_bytes(to_bytes("te")) &&
+               verify.update_byte(std::int8_t{'x'}) && verify.update_raw("t", 1);
+    }
+
+    CSignature verify{signature_verify, key_rsa, hash_sha512};
+    bytes good = test_keys::signing().sign(to_bytes("signed text"));
+};
+
+TEST_F(Signature, BelongsToOneKeyAndTheVeryData) {
+    ASSERT_TRUE(begin());
+    EXPECT_TRUE(verify.verify_bytes(good));
+    EXPECT_TRUE(verify.verify_text({good.begin(), good.end()}));
+
+    ASSERT_TRUE(begin(test_keys::stranger()));
+    EXPECT_FALSE(verify.verify_bytes(good));
+
+    for (const std::size_t changed : {std::size_t{0}, good.size() - 1}) {
+        bytes bad = good;
+        bad[changed] ^= 1;
+        ASSERT_TRUE(begin());
+        EXPECT_FALSE(verify.verify_bytes(bad));
+        EXPECT_FALSE(verify.verify_bytes(good)) << "a failure sticks";
+        EXPECT_FALSE(verify.update_text("")) << "a failure sticks";
+    }
+    for (const std::size_t length : {std::size_t{0}, good.size() - 1}) {
+        ASSERT_TRUE(begin());
+        EXPECT_FALSE(verify.verify_raw(good.data(), length));
+    }
+    ASSERT_TRUE(begin());
+    verify.update_text("!");
+    EXPECT_FALSE(verify.verify_bytes(good));
+}
+
+TEST_F(Signature, AgreesWithTheOpensslCommand) {
+    const support::temp_folder folder;
+    folder.write("data", std::string_view("signed text"));
+    support::output_of("cd " + folder.path() +
+                       " && openssl genrsa -out key 2048 2>&1 && openssl rsa -in key -pubout "
+                       "-out pub 2>&1 && openssl dgst -sha512 -sign key -out sig data");
+    ASSERT_TRUE(verify.init_from_key_file(folder.wide_file("pub")));
+    ASSERT_TRUE(verify.update_text("signed text"));
+    EXPECT_TRUE(verify.verify_text(support::read_file(folder.file("sig"))));
+}
+
+TEST_F(Signature, RefusesOutOfOrder) {
+    EXPECT_FALSE(verify.update_text("before a key"));
+    EXPECT_FALSE(verify.verify_bytes(good));
+    ASSERT_TRUE(begin()) << "a new key mends it";
+    EXPECT_TRUE(verify.finish().empty()) << "no signing in this mode";
+    EXPECT_FALSE(verify.verify_bytes(good));
+
+    CSignature sign(signature_sign, key_rsa, hash_sha512);
+    EXPECT_TRUE(sign.finish().empty());
+    ASSERT_TRUE(sign.init_from_key_file(test_keys::signing().wide_private_path()));
+    EXPECT_FALSE(sign.verify_bytes(good));
+    EXPECT_FALSE(sign.update_text("x"));
+}
+
+TEST_F(Signature, NewKeyFileNeverFallsBackToTheFormerKey) {
+    ASSERT_TRUE(begin());
+    EXPECT_FALSE(verify.init_from_key_file(test_keys::signing().wide_private_path()));
+    EXPECT_FALSE(verify.verify_bytes(good));
+    ASSERT_TRUE(begin());
+    EXPECT_THROW(verify.init_from_key_file(L"\xD800"), std::range_error);
+    EXPECT_FALSE(verify.update_text("x"));
+}
+
+TEST_F(Signature, SignatureNeverFitsInTheRoomOfADigest) {
+    CSignature sign(signature_sign, key_rsa, hash_sha512);
+    ASSERT_TRUE(sign.init_from_key_file(test_keys::signing().wide_private_path()));
+    ASSERT_TRUE(sign.update_text("signed text"));
+    EXPECT_TRUE(sign.finish().empty());
+    EXPECT_FALSE(sign.update_text("x"));
+}
+
+TEST_F(Signature, LeavesNoTraceInTheHost) {
+    const auto open_files = [] {
+        using entries = std::filesystem::directory_iterator;
+        return std::distance(entries("/proc/self/fd"), entries());
+    };
+    ERR_raise(ERR_LIB_USER, 7);
+    const unsigned long of_host = ERR_peek_last_error();
+    const auto before = open_files();
+    for (int i = 0; i != 5; ++i) {
+        begin(test_keys::stranger());
+        verify.verify_bytes(good);
+        verify.init_from_key_file(L"/nowhere");
+        verify.init_from_key_file(test_keys::signing().wide_private_path());
+        CHash(hash_md4).init();
+    }
+    EXPECT_EQ(open_files(), before);
+    EXPECT_EQ(ERR_get_error(), of_host);
+    EXPECT_EQ(ERR_get_error(), 0u);
+}
+
+} // namespace

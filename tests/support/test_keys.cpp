@@ -1,0 +1,71 @@
+#include "support/test_keys.h"
+
+#include <array>
+#include <cstdio>
+#include <openssl/bio.h>
+#include <openssl/pem.h>
+#include <stdexcept>
+
+namespace support {
+
+namespace {
+
+void require(bool condition) {
+    if (!condition) throw std::runtime_error("libcrypto refused a test key");
+}
+
+template <class Write>
+std::string pem_text(Write&& write) {
+    const std::unique_ptr<BIO, decltype(&BIO_free)> bio(BIO_new(BIO_s_mem()), BIO_free);
+    require(bio && write(bio.get()) == 1);
+    char* text = nullptr;
+    const long length = BIO_get_mem_data(bio.get(), &text);
+    return {text, static_cast<std::size_t>(length)};
+}
+
+} // namespace
+
+const test_keys& test_keys::signing() {
+    static const test_keys keys;
+    return keys;
+}
+
+const test_keys& test_keys::stranger() {
+    static const test_keys keys;
+    return keys;
+}
+
+test_keys::test_keys() : m_key(EVP_RSA_gen(1280U)) {
+    require(m_key != nullptr);
+    m_folder.write("private.pem", pem_text([&](BIO* bio) {
+                       return PEM_write_bio_PrivateKey(bio, m_key.get(), nullptr, nullptr, 0,
+                                                       nullptr, nullptr);
+                   }));
+    m_folder.write("public.pem",
+                   pem_text([&](BIO* bio) { return PEM_write_bio_PUBKEY(bio, m_key.get()); }));
+}
+
+std::vector<std::uint8_t> test_keys::sign(std::span<const std::uint8_t> data) const {
+    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
+                                                                          EVP_MD_CTX_free);
+    require(EVP_DigestSignInit(context.get(), nullptr, EVP_sha512(), nullptr, m_key.get()) == 1);
+    std::vector<std::uint8_t> signature(static_cast<std::size_t>(EVP_PKEY_get_size(m_key.get())));
+    std::size_t length = signature.size();
+    require(EVP_DigestSign(context.get(), signature.data(), &length, data.data(), data.size()) ==
+            1);
+    require(length == signature.size());
+    return signature;
+}
+
+std::string output_of(const std::string& command) {
+    FILE* pipe = popen(command.c_str(), "r");
+    if (pipe == nullptr) throw std::runtime_error("cannot run " + command);
+    std::string output;
+    std::array<char, 4096> block;
+    while (const std::size_t got = fread(block.data(), 1, block.size(), pipe))
+        output.append(block.data(), got);
+    if (pclose(pipe) != 0) throw std::runtime_error("failed: " + command);
+    return output;
+}
+
+} // namespace support
