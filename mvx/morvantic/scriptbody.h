@@ -1,0 +1,60 @@
+#pragma once
+
+#include "morvantic/export.h"
+#include "morvantic/scriptargument.h"
+#include "morvantic/scriptsection.h"
+#include "morvantic/scriptvalues.h"
+
+#include <memory>
+
+namespace engine {
+
+class CScriptParser;
+struct CScriptBodyImpl;
+
+/// The Script section: a sink. The engine keeps nothing of it, but pushes each object and function
+/// into the host's class while CScript::section runs, in the order of the text:
+///
+/// - object_begin, then object_property for each template parameter;
+/// - object_function and global_function for the statements inside the object;
+/// - object_end;
+/// - global_function for a "func" statement outside any object.
+///
+/// All calls arrive on the thread that called CScript::section. What an operation throws ends the
+/// parse: CScript::section logs it and gives null, and the calls made so far stand.
+///
+/// Strings live until the call returns. An argument list lives until then too, that of an object
+/// until object_end has returned; it arrives with its cursor at the end, so begin with
+/// CScriptArguments::reset_index, and copy what is to stay. No list is null.
+///
+/// To have the engine use it, override CScript::add_section.
+class MV_API CScriptBody : public CScriptSection {
+public:
+    /// Throws as CScriptSection does.
+    CScriptBody(const char* section_namespace, const char* section_name);
+
+    ~CScriptBody() override;
+
+    /// An object's head. The name is empty for an object without one.
+    virtual void object_begin(const char* object_name, EObjectType object_type,
+                              CScriptArguments* arguments) = 0;
+
+    /// A template parameter of the object; the value is empty if it has none.
+    virtual void object_property(const char* key, const char* value) = 0;
+
+    /// A function called on the object.
+    virtual void object_function(EFunctionType function_type, CScriptArguments* arguments) = 0;
+
+    /// The object's closing brace.
+    virtual void object_end() = 0;
+
+    /// A function called on the script as a whole, inside an object or outside.
+    virtual void global_function(EFunctionType function_type, CScriptArguments* arguments) = 0;
+
+private:
+    friend class CScriptParser;
+
+    std::unique_ptr<CScriptBodyImpl> impl;
+};
+
+} // namespace engine

@@ -1,0 +1,58 @@
+#include "morvantic/scriptinclude.h"
+
+#include "morvantic/scriptincludeimpl.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+using namespace engine;
+
+TEST(Include, OnlyTheDefaultModuleAtFirst) {
+    CScriptInclude include("App", "Include");
+    EXPECT_STREQ(include.python("default"), "Default.py");
+    EXPECT_EQ(include.python_dependency_next("default"), nullptr);
+    EXPECT_EQ(include.xquery_next(), nullptr);
+    for (const char* name : {"Default", "", static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(include.python(name), nullptr);
+        EXPECT_EQ(include.python_dependency_next(name), nullptr);
+        include.python_dependency_reset(name);
+    }
+}
+
+TEST(Include, ModulesKeepTheirOwnCursors) {
+    CScriptIncludeImpl include;
+    for (const char* name : {"one", "two"}) {
+        auto module = std::make_unique<CScriptIncludeImpl::CPython>();
+        EXPECT_EQ(module->versionMin, "3.6.2");
+        module->dependencies = {std::string(name) + "A.py", std::string(name) + "B.py"};
+        include.python_modules[name] = std::move(module);
+    }
+    EXPECT_STREQ(include.python_dependency_next("one"), "oneA.py");
+    EXPECT_STREQ(include.python_dependency_next("two"), "twoA.py");
+    EXPECT_STREQ(include.python_dependency_next("one"), "oneB.py");
+    EXPECT_EQ(include.python_dependency_next("one"), nullptr);
+    EXPECT_STREQ(include.python_dependency_next("two"), "twoB.py");
+    EXPECT_EQ(include.python_modules.find("default")->second->versionMin, "");
+}
+
+TEST(Include, XQueryFilesInOrder) {
+    CScriptIncludeImpl include;
+    for (const char* path : {"a.xq", "b.xq"}) {
+        include.xqueries.push_back(std::make_unique<CScriptIncludeImpl::CXQuery>());
+        include.xqueries.back()->path = path;
+    }
+    EXPECT_STREQ(include.xquery_next(), "a.xq");
+    EXPECT_STREQ(include.xquery_next(), "b.xq");
+    EXPECT_EQ(include.xquery_next(), nullptr);
+    EXPECT_EQ(include.xquery_next(), nullptr);
+    include.xquery_cursor = 0;
+    EXPECT_STREQ(include.xquery_next(), "a.xq");
+}
+
+TEST(ScriptObject, FirstConstantOfANameStays) {
+    CScriptIncludeImpl::CXQuery object;
+    EXPECT_TRUE(object.add_constant("limit", "1"));
+    EXPECT_FALSE(object.add_constant("limit", "2"));
+    EXPECT_EQ(object.constants.at("limit"), "1");
+}

@@ -1,0 +1,83 @@
+#include "morvantic/scriptstorage.h"
+
+#include "support/log_capture.h"
+#include "support/memory_store.h"
+
+#include <gtest/gtest.h>
+
+using namespace engine;
+using support::memory_store;
+
+namespace {
+
+/// Three stores, which a test may leave out one by one.
+class Storage : public testing::Test {
+protected:
+    void TearDown() override {
+        for (auto* slot : {&storage_test_seam::package(), &storage_test_seam::folder(),
+                           &storage_test_seam::file()}) {
+            slot->reset();
+        }
+    }
+
+    static std::string text_of(const core::input_stream_ptr& stream) {
+        return stream ? stream->read_string(100) : "nothing";
+    }
+
+    CScriptStorage& storage = CScriptStorage::instance();
+};
+
+} // namespace
+
+TEST_F(Storage, EmptyStorageKnowsNothing) {
+    EXPECT_FALSE(storage.contains(L"a.sc"));
+    EXPECT_EQ(storage.find_store(L"a.sc"), nullptr);
+    EXPECT_EQ(storage.open_script(L"a.sc"), nullptr);
+    EXPECT_TRUE(storage.script_names().empty());
+}
+
+TEST_F(Storage, FirstStoreThatHasTheNameDecides) {
+    support::put_store(storage_test_seam::package(),
+                       {{L"a.sc", "package"}, {L"b.py", "package"}, {L"p.xq", "p"}});
+    support::put_store(storage_test_seam::file(), {{L"a.sc", "file"}, {L"b.py", "file"}});
+    memory_store& folder = support::put_store(storage_test_seam::folder(), {{L"a.sc", "folder"}});
+    EXPECT_EQ(text_of(storage.open_script(L"a.sc")), "folder");
+    EXPECT_EQ(text_of(storage.open_python(L"b.py")), "file");
+    EXPECT_EQ(text_of(storage.open_xquery(L"p.xq")), "p");
+    EXPECT_EQ(text_of(storage.open_script(L"A.sc")), "nothing") << "names differ by case";
+
+    folder.refused = kind_resource;
+    EXPECT_EQ(text_of(storage.open_resource(L"a.sc")), "nothing") << "no falling through";
+}
+
+TEST_F(Storage, SingleFilesAreNeitherListedNorContained) {
+    support::put_store(storage_test_seam::file(), {{L"f.sc", "file"}});
+    EXPECT_TRUE(storage.script_names().empty());
+    EXPECT_FALSE(storage.contains(L"f.sc"));
+    EXPECT_NE(storage.find_store(L"f.sc"), nullptr);
+}
+
+TEST_F(Storage, ListingMergesAndSortsByUnits) {
+    support::put_store(storage_test_seam::package(),
+                       {{L"\x1F600.sc", ""}, {L"\xFF5E.sc", ""}, {L"both.sc", ""}});
+    support::put_store(storage_test_seam::folder(),
+                       {{L"both.sc", ""}, {L"only.xq", ""}, {L"x.SC", ""}});
+    const core::name_set names = storage.script_names();
+    EXPECT_EQ((std::vector<std::wstring>(names.begin(), names.end())),
+              (std::vector<std::wstring>{L"both.sc", L"\x1F600.sc", L"\xFF5E.sc"}));
+}
+
+TEST_F(Storage, StoreThatFailedToLoadIsLoadedByTheNextListing) {
+    auto owned = std::make_unique<memory_store>(memory_store::texts{{L"a.sc", "a"}});
+    memory_store& store = *owned;
+    storage_test_seam::package() = std::move(owned);
+    store.fails = true;
+    EXPECT_THROW(storage.script_names(), core::exception);
+    EXPECT_FALSE(storage.contains(L"a.sc"));
+    EXPECT_FALSE(store.has_name(L"a.sc")) << "looks up without loading";
+    store.fails = false;
+    EXPECT_EQ(storage.script_names().size(), 1u);
+    EXPECT_TRUE(storage.contains(L"a.sc"));
+    storage.script_names();
+    EXPECT_EQ(store.updates, 2);
+}
