@@ -1,5 +1,7 @@
 #include "core/bufferedinputstream.h"
 
+#include "core/logandrethrow.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -7,7 +9,8 @@
 namespace core {
 
 buffered_input_stream::buffered_input_stream(input_stream_ptr inner_stream, std::size_t buffer_size)
-    : inner(std::move(inner_stream)), buffer(buffer_size) {}
+    : inner(std::move(inner_stream)),
+      buffer(log_and_rethrow([&] { return std::vector<std::uint8_t>(buffer_size); })) {}
 
 buffered_input_stream::buffered_input_stream(buffered_input_stream&& source) noexcept
     : input_stream(source), inner(std::move(source.inner)), buffer(std::move(source.buffer)),
@@ -17,7 +20,7 @@ buffered_input_stream::buffered_input_stream(buffered_input_stream&& source) noe
 buffered_input_stream::buffered_input_stream(const buffered_input_stream& source)
     : input_stream(source), inner(source.inner ? source.inner->clone() : nullptr),
       buffer(source.buffer), buffer_pos(source.buffer_pos), buffer_len(source.buffer_len) {
-    if (source.inner && !inner) throw exception("Failed to clone inner stream.");
+    if (source.inner && !inner) throw_logged("Failed to clone inner stream.");
 }
 
 buffered_input_stream::~buffered_input_stream() = default;
@@ -83,11 +86,10 @@ std::uint64_t buffered_input_stream::read_impl(std::uint8_t* target, std::uint64
     if (!ensure_data()) assertion("rc");
     const std::uint64_t copied = take_buffered(target, count);
     if (copied == count || !inner) return copied;
-    const std::uint64_t direct = inner->read_impl(target + copied, count - copied);
-    // The buffer no longer ends where the inner stream stands: a seek back must not be served
-    // from it.
-    if (direct != 0) clear_buffer();
-    return copied + direct;
+    // From here on the buffer does not end where the inner stream stands: a seek back must not be
+    // served from it.
+    clear_buffer();
+    return copied + inner->read_impl(target + copied, count - copied);
 }
 
 std::uint64_t buffered_input_stream::size_impl() const { return inner ? inner->size() : 0; }

@@ -1,5 +1,7 @@
 #include "core/bytearrayinputstream.h"
 
+#include "core/logandrethrow.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -10,9 +12,11 @@ namespace {
 
 /// A copy that `data` of a deep stream owns.
 const std::uint8_t* owned_copy(const std::uint8_t* bytes, std::uint64_t count) {
-    auto copy = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(count));
-    if (count != 0) std::memcpy(copy.get(), bytes, static_cast<std::size_t>(count));
-    return copy.release();
+    return log_and_rethrow([&] {
+        auto copy = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(count));
+        if (count != 0) std::memcpy(copy.get(), bytes, static_cast<std::size_t>(count));
+        return copy.release();
+    });
 }
 
 } // namespace
@@ -29,9 +33,13 @@ input_stream_ptr CShallowByteArrayInputStream::clone() const {
     });
 }
 
+std::uint64_t CShallowByteArrayInputStream::available() const noexcept {
+    return std::min(remaining(), length - std::min(position, length));
+}
+
 template <stream_value Value>
 Value CShallowByteArrayInputStream::read_value(stream_encoding encoding) {
-    if (remaining() < sizeof(Value)) throw_logged("Out of range.");
+    if (available() < sizeof(Value)) throw_logged("Out of range.");
     const auto value = decode<Value>({data + position, sizeof(Value)}, encoding);
     position += sizeof(Value);
     return value;
@@ -62,7 +70,7 @@ double CShallowByteArrayInputStream::read_double(stream_encoding encoding) {
 }
 
 std::uint64_t CShallowByteArrayInputStream::read_impl(std::uint8_t* buffer, std::uint64_t count) {
-    const std::uint64_t taken = std::min(count, remaining());
+    const std::uint64_t taken = std::min(count, available());
     if (taken == 0) return 0;
     std::memcpy(buffer, data + position, static_cast<std::size_t>(taken));
     position += taken;

@@ -2,6 +2,8 @@
 
 #include "core/inputstream.h"
 
+#include <cstdint>
+
 namespace core {
 
 /// Reads bytes that somebody else owns: the buffer must outlive the stream and every clone of it.
@@ -47,6 +49,8 @@ protected:
     std::uint64_t length;
 
 private:
+    /// Bytes left in the view and in the array; a shortened view may end before the position.
+    std::uint64_t available() const noexcept;
     template <stream_value Value>
     Value read_value(stream_encoding encoding);
 };

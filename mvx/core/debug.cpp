@@ -131,7 +131,7 @@ void logger_interface::open_line(Place&& place, int line) {
 
     // No lock guard: a rotation that fails leaves the mutex locked, and with it the log ended.
     try {
-        m_target->file->rotate_if_full();
+        if (m_target->file->is_full()) m_target->file->rotate();
     } catch (...) {
         m_target->end();
         throw;
@@ -162,10 +162,17 @@ logger_interface& logger_interface::write(std::string_view text) {
     return *this;
 }
 
+/// Makes the text only for a line that passes.
+template <class Make>
+logger_interface& logger_interface::write_made(Make&& make) {
+    if (m_passes) m_target->file->write(make());
+    return *this;
+}
+
 logger_interface& logger_interface::operator<<(const std::string& text) { return write(text); }
 
 logger_interface& logger_interface::operator<<(const std::wstring& text) {
-    return m_passes ? write(encode_lossy(text)) : *this;
+    return write_made([&] { return encode_lossy(text); });
 }
 
 logger_interface& logger_interface::operator<<(const char* text) {
@@ -173,7 +180,7 @@ logger_interface& logger_interface::operator<<(const char* text) {
 }
 
 logger_interface& logger_interface::operator<<(const wchar_t* text) {
-    return text == nullptr || !m_passes ? *this : write(encode_lossy(text));
+    return text == nullptr ? *this : write_made([&] { return encode_lossy(text); });
 }
 
 logger_interface& logger_interface::operator<<(char value) { return write({&value, 1}); }
@@ -186,31 +193,45 @@ logger_interface& logger_interface::operator<<(unsigned char value) {
     return *this << static_cast<char>(value);
 }
 
-logger_interface& logger_interface::operator<<(short value) { return write(decimal(value)); }
+logger_interface& logger_interface::operator<<(short value) {
+    return write_made([&] { return decimal(value); });
+}
 
 logger_interface& logger_interface::operator<<(unsigned short value) {
-    return write(decimal(value));
+    return write_made([&] { return decimal(value); });
 }
 
-logger_interface& logger_interface::operator<<(int value) { return write(decimal(value)); }
+logger_interface& logger_interface::operator<<(int value) {
+    return write_made([&] { return decimal(value); });
+}
 
-logger_interface& logger_interface::operator<<(unsigned int value) { return write(decimal(value)); }
+logger_interface& logger_interface::operator<<(unsigned int value) {
+    return write_made([&] { return decimal(value); });
+}
 
-logger_interface& logger_interface::operator<<(long value) { return write(decimal(value)); }
+logger_interface& logger_interface::operator<<(long value) {
+    return write_made([&] { return decimal(value); });
+}
 
 logger_interface& logger_interface::operator<<(unsigned long value) {
-    return write(decimal(value));
+    return write_made([&] { return decimal(value); });
 }
 
-logger_interface& logger_interface::operator<<(long long value) { return write(decimal(value)); }
+logger_interface& logger_interface::operator<<(long long value) {
+    return write_made([&] { return decimal(value); });
+}
 
 logger_interface& logger_interface::operator<<(unsigned long long value) {
-    return write(decimal(value));
+    return write_made([&] { return decimal(value); });
 }
 
-logger_interface& logger_interface::operator<<(float value) { return write(fixed_point(value)); }
+logger_interface& logger_interface::operator<<(float value) {
+    return write_made([&] { return fixed_point(value); });
+}
 
-logger_interface& logger_interface::operator<<(double value) { return write(fixed_point(value)); }
+logger_interface& logger_interface::operator<<(double value) {
+    return write_made([&] { return fixed_point(value); });
+}
 
 } // namespace internals
 
@@ -248,12 +269,10 @@ void set_log_level(std::int16_t level, bool announce) {
     store_level(level);
 }
 
-void assertion(const char* condition, const std::string& /*file*/, int /*line*/) {
-    debug_logger{} << "[ASSERT] " << condition;
-}
+void assertion(const char* condition) { debug_logger{} << "[ASSERT] " << condition; }
 
-void assertion(const char* condition, source_place place) {
-    assertion(condition, place.file(), place.line());
+void assertion(const char* condition, const std::string& /*file*/, int /*line*/) {
+    assertion(condition);
 }
 
 void log_current_exception(source_place place) {

@@ -88,6 +88,8 @@ private:
     void open_line(Place&& place, int line);
     void write_prefix(std::string_view place, int line);
     logger_interface& write(std::string_view text);
+    template <class Make>
+    logger_interface& write_made(Make&& make);
 
     std::int16_t level;
     log_target* m_target; // as it was at construction: a log opened since is not ours to unlock
@@ -152,8 +154,8 @@ void set_log_level(std::int16_t level, bool announce);
 
 /// Writes "[ASSERT] " and the condition at level Debug and returns; what the failed condition means
 /// is up to the caller, on the next line. The line shows this module, never the caller's place.
+void assertion(const char* condition);
 void assertion(const char* condition, const std::string& file, int line);
-void assertion(const char* condition, source_place place = source_place::here());
 
 /// Logs the exception in flight at level Error as "[EXC] " and its text. Call in a handler only.
 void log_current_exception(source_place place);

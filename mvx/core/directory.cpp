@@ -1,5 +1,7 @@
 #include "core/directory.h"
 
+#include "core/debug.h"
+
 #include <typeinfo>
 #include <utility>
 

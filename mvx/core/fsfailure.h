@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
 #include <system_error>
 
 namespace core {
@@ -12,10 +11,10 @@ public:
     fs_failure(const char* words, std::error_code code)
         : std::filesystem::filesystem_error(words, code), m_words(words) {}
 
-    const char* what() const noexcept override { return m_words.c_str(); }
+    const char* what() const noexcept override { return m_words; }
 
 private:
-    std::string m_words;
+    const char* m_words; // a literal
 };
 
 } // namespace core

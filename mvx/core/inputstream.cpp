@@ -34,7 +34,7 @@ Bytes read_up_to(input_stream& stream, std::uint64_t count) {
     }
     const std::unique_ptr<std::uint8_t, release_memory> block(
         static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(count), 1)));
-    if (!block) throw std::bad_alloc();
+    if (!block) log_and_rethrow([] { throw std::bad_alloc(); });
     const std::uint64_t got = stream.read_impl(block.get(), count);
     return Bytes(block.get(), block.get() + got);
 }
@@ -233,7 +233,7 @@ std::string input_stream::read_string(std::uint64_t count) {
 
 std::string input_stream::read_string(stream_encoding encoding, std::uint64_t count) {
     if (encoding == encoding_8bit) return read_string(count);
-    if (encoding != encoding_16bit) throw_logged("Invalid encoding.");
+    if (encoding != encoding_16bit) internals::fail_invalid_encoding();
     if (2 * count < count) throw_logged("Error: overflow.");
     return read_string(2 * count);
 }
@@ -259,7 +259,7 @@ std::string input_stream::read_until(std::uint64_t max_length) {
 std::string input_stream::read_zstring(stream_encoding encoding, std::uint64_t max_length) {
     if (encoding == encoding_8bit) return read_until<1, 0>(max_length);
     if (encoding == encoding_16bit) return read_until<2, 0>(max_length);
-    throw_logged("Invalid encoding.");
+    internals::fail_invalid_encoding();
 }
 
 std::string input_stream::read_zstring(std::uint64_t max_length) {
@@ -325,7 +325,7 @@ std::uint64_t input_stream::read_varint_low_first() {
 
 std::uint64_t input_stream::read_varint_high_first() {
     std::uint64_t bytes = 0;
-    unsigned count = 0;
+    std::uint64_t count = 0;
     std::uint8_t byte = 0;
     do {
         byte = static_cast<std::uint8_t>(read_int8());
@@ -337,7 +337,7 @@ std::uint64_t input_stream::read_varint_high_first() {
     if (bytes == 0) throw_logged<std::out_of_range>("invalid vector<T> subscript");
 
     std::uint64_t value = 0;
-    for (unsigned left = count; left > 0; --left) {
+    for (std::uint64_t left = count; left > 0; --left) {
         value = (value << 7) | ((bytes >> (8 * (left - 1))) & 0x7F);
     }
     return value;

@@ -1,13 +1,14 @@
 #include "core/logfile.h"
 
 #include "core/fsfailure.h"
+#include "core/platform.h"
 #include "core/text.h"
 
 #include <cerrno>
 #include <ctime>
-#include <fcntl.h>
 #include <filesystem>
 #include <ios>
+#include <locale>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -32,7 +33,7 @@ std::string encoded(const std::wstring& path) {
 bool folder_ready(const std::string& folder) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(folder, error);
-    if (std::filesystem::status_known(status) && std::filesystem::exists(status)) return true;
+    if (std::filesystem::exists(status)) return true;
 
     error.clear();
     const bool made = std::filesystem::create_directories(folder, error);
@@ -54,25 +55,21 @@ timespec soon() {
 } // namespace
 
 log_file::log_file(const std::wstring& log_path)
-    : m_log_path(encoded(log_path)), m_backup_path(m_log_path + ".bak") {}
+    : m_log_path(encoded(log_path)), m_backup_path(m_log_path.native() + ".bak") {}
 
 void log_file::open_stream() {
     if (m_file.is_open()) return;
-    constexpr mode_t for_everyone = 0666; // less the process's mask
-    const int number =
-        ::open(m_log_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, for_everyone);
-    if (number < 0) throw log_failure("Failed to open log file.");
-    m_file = decltype(m_file)(number, std::ios::out | std::ios::app | std::ios::binary);
+    m_file = decltype(m_file)(open_for_append(m_log_path.native()),
+                              std::ios::out | std::ios::app | std::ios::binary);
+    if (!m_file.is_open()) throw log_failure("Failed to open log file.");
+    m_file.pubimbue(std::locale::classic()); // bytes are bytes, whatever the host's locale does
     m_stream.clear();
 }
 
-void log_file::rotate_if_full() {
-    std::uint64_t size = 0;
-    try {
-        size = size_on_disk();
-    } catch (const std::filesystem::filesystem_error&) { // the line goes to the file as it stands
-    }
-    if (size >= size_limit) rotate();
+bool log_file::is_full() const noexcept {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(m_log_path, error);
+    return !error && size >= size_limit;
 }
 
 void log_file::write(std::string_view bytes) {
@@ -86,13 +83,6 @@ void log_file::end_line() {
 
 void log_file::close() {
     if (m_file.is_open() && m_file.close() == nullptr) m_stream.setstate(std::ios::failbit);
-}
-
-std::uint64_t log_file::size_on_disk() const {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(m_log_path, error);
-    if (error) throw fs_failure("file_size(p): invalid argument", error);
-    return size;
 }
 
 void log_file::rotate() {

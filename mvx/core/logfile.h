@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 #include <ext/stdio_filebuf.h>
+#include <filesystem>
 #include <memory>
 #include <ostream>
 #include <pthread.h>
@@ -34,20 +35,19 @@ public:
 
     bool is_open() const { return m_file.is_open(); }
 
-    /// Turns the file over if it has reached the limit. A size that cannot be learned counts as 0;
-    /// a turnover that fails throws.
-    void rotate_if_full();
+    /// Whether the file has reached its limit. A size that cannot be learned counts as 0.
+    bool is_full() const noexcept;
+
+    /// Turns the file over. Throws.
+    void rotate();
 
     void write(std::string_view bytes);
     void end_line();
     void close();
 
 private:
-    std::uint64_t size_on_disk() const;
-    void rotate();
-
-    std::string m_log_path;
-    std::string m_backup_path;
+    std::filesystem::path m_log_path; // made of bytes: no wide path reaches the library
+    std::filesystem::path m_backup_path;
     __gnu_cxx::stdio_filebuf<char> m_file; // over a descriptor that a child does not inherit
     std::ostream m_stream{&m_file};
 };

@@ -31,6 +31,17 @@ void watch_forks() noexcept {
     static_cast<void>(registered);
 }
 
+/// Opens by the process's own manners: nothing is inherited, becomes the terminal, or waits.
+/// Without O_NONBLOCK a pipe without a peer would hold the caller for ever.
+int open_descriptor(const std::string& path, int flags) noexcept {
+    constexpr mode_t for_everyone = 0666; // less the process's mask
+    int number = -1;
+    do {
+        number = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, for_everyone);
+    } while (number < 0 && errno == EINTR);
+    return number;
+}
+
 void throw_on(int error) {
     if (error != 0) throw std::system_error(error, std::system_category());
 }
@@ -55,6 +66,10 @@ std::string utc_stamp() {
     return {text, length};
 }
 
+int open_for_append(const std::string& path) noexcept {
+    return open_descriptor(path, O_WRONLY | O_APPEND | O_CREAT);
+}
+
 void reader_writer_lock::lock() { throw_on(pthread_rwlock_wrlock(&m_lock)); }
 
 void reader_writer_lock::unlock() noexcept { pthread_rwlock_unlock(&m_lock); }
@@ -76,11 +91,7 @@ file_descriptor& file_descriptor::operator=(file_descriptor&& other) noexcept {
 
 int file_descriptor::open(const std::string& path) noexcept {
     close();
-    // Without O_NONBLOCK a pipe without a writer would hold the caller for ever.
-    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    do {
-        m_number = ::open(path.c_str(), flags);
-    } while (m_number < 0 && errno == EINTR);
+    m_number = open_descriptor(path, O_RDONLY);
     if (m_number < 0) return errno;
 
     struct stat status {};

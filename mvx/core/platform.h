@@ -12,6 +12,10 @@ std::uint32_t current_thread_id() noexcept;
 /// The time of day as UTC text: "2026-11-12 08:15:30Z".
 std::string utc_stamp();
 
+/// Opens a file to append to, made if need be, with no waiting for a peer. The number of the
+/// descriptor, or -1.
+int open_for_append(const std::string& path) noexcept;
+
 /// Many readers or one writer. A waiting writer goes before new readers, so a thread must not take
 /// it shared twice. Works with std::shared_lock and std::unique_lock; constant-initialised.
 class reader_writer_lock {

@@ -1,5 +1,6 @@
 #include "core/winapifileinputstream.h"
 
+#include "core/logandrethrow.h"
 #include "core/text.h"
 
 #include <algorithm>
@@ -18,10 +19,16 @@ CWApiFileInputStream::CWApiFileInputStream(const CWApiFileInputStream& source)
         int error = 0;
         handle = source.handle.duplicate(error);
         if (error != 0) {
-            log_failure(") open failed:", error);
+            log_error_number(") open failed:", error);
         } else {
             learn_size();
+            file_size = std::min(file_size, source.file_size); // growth stays unseen
         }
+    }
+    if (!handle.is_open()) { // as any stream that is not open: empty, and spent
+        begin = 0;
+        end.reset();
+        return;
     }
     const std::uint64_t wanted = source.pos();
     if (pos() != wanted && !set_pos(wanted)) {
@@ -36,7 +43,7 @@ void CWApiFileInputStream::open() {
     const std::optional<std::string> encoded = encode_path(path);
     const int error = encoded ? handle.open(*encoded) : EILSEQ;
     if (error != 0) {
-        log_failure(") open failed:", error);
+        log_error_number(") open failed:", error);
         return;
     }
     learn_size();
@@ -49,10 +56,10 @@ void CWApiFileInputStream::learn_size() {
         return;
     }
     handle.close();
-    log_failure(") get size failed:", length.error);
+    log_error_number(") get size failed:", length.error);
 }
 
-void CWApiFileInputStream::log_failure(const char* words, int error) const {
+void CWApiFileInputStream::log_error_number(const char* words, int error) const {
     error_logger{} << "File (" << path << words << error;
 }
 
@@ -71,6 +78,7 @@ input_stream_ptr CWApiFileInputStream::clone() const {
 std::uint64_t CWApiFileInputStream::read_impl(std::uint8_t* buffer, std::uint64_t count) {
     if (!handle.is_open()) return 0;
     const std::uint64_t wanted = std::min(count, remaining());
+    if (wanted == 0) return 0;
     const file_descriptor::outcome got = handle.read_at(buffer, wanted, m_position);
     if (got.error != 0) {
         error_logger{} << "File input stream read failed: " << got.error;
@@ -80,8 +88,8 @@ std::uint64_t CWApiFileInputStream::read_impl(std::uint8_t* buffer, std::uint64_
     return got.value;
 }
 
-// A low half of all ones counts as a failed call, though it is an ordinary position here; no error
-// number goes with it.
+// A low half of all ones counts as a failed call, though it is an ordinary position here; the
+// number that is logged with it is 0.
 
 std::uint64_t CWApiFileInputStream::pos_impl() const {
     if (!handle.is_open()) return size();

@@ -48,7 +48,7 @@ private:
 
     void open();
     void learn_size();
-    void log_failure(const char* words, int error) const;
+    void log_error_number(const char* words, int error) const;
     file_pointer set_file_pointer(std::uint64_t position) noexcept;
 
     std::wstring path;

@@ -46,7 +46,7 @@ control_block make_control_block(std::int32_t window_bits) {
 
 control_block make_control_block_or_throw(std::int32_t window_bits) {
     control_block control = make_control_block(window_bits);
-    if (!control) throw exception("Infalter init failed.");
+    if (!control) throw_logged("Infalter init failed.");
     return control;
 }
 
@@ -151,7 +151,8 @@ bool InflaterInputStream::at_access_point() const {
     if (window_bits != raw_window_bits && (stream->data_type & stopped_in_last_block) != 0) {
         return false;
     }
-    return total_out == 0 || total_out - last_point_out > span;
+    // One point in front of all output is enough, however many empty blocks stand there.
+    return access->empty() || total_out - last_point_out > span;
 }
 
 bool InflaterInputStream::survives_failure(int status) {
@@ -204,7 +205,6 @@ void InflaterInputStream::restart_at(const access_point& point) {
     clear_buffer();
     total_in = in_start;
     total_out = point.out;
-    at_end = false;
     // Behind an access point there are bare deflate data, whatever the stream is wrapped in.
     start_inflation(*stream, raw_window_bits);
     if (point.bits != 0) {
@@ -212,6 +212,8 @@ void InflaterInputStream::restart_at(const access_point& point) {
         inflatePrime(stream.get(), point.bits, shared_byte >> (byte_bits - point.bits));
     }
     inflateSetDictionary(stream.get(), point.window.data(), static_cast<uInt>(point.window.size()));
+    // What follows the last block in the source is no part of the content.
+    at_end = index_complete && point.out == total_size;
 }
 
 bool InflaterInputStream::seek_inner(std::uint64_t target) {
@@ -232,7 +234,8 @@ bool InflaterInputStream::seek_inner(std::uint64_t target) {
 }
 
 std::uint64_t InflaterInputStream::read_impl(std::uint8_t* target, std::uint64_t count) {
-    const std::uint64_t wanted = std::min(count, remaining());
+    // Without an index the content has no size, and its view no end that a read could heed.
+    const std::uint64_t wanted = index_complete ? std::min(count, remaining()) : 0;
     std::uint64_t total = 0;
     while (total != wanted && ensure_data()) {
         total += take_buffered(target + total, wanted - total);

@@ -36,8 +36,8 @@ constexpr std::uint64_t access_point_span = 1048576;
 // date, check value, compressed size, uncompressed size.
 constexpr std::array<std::uint64_t, 9> local_header_fields = {4, 2, 2, 2, 2, 2, 4, 4, 4};
 
-/// Throws as a typed read does. It is none, since a buffered stream swaps the bytes of a value across
-/// the end of its buffer.
+/// Throws as a typed read does. It is none, since a buffered stream swaps the bytes of a value
+/// across the end of its buffer.
 std::uint16_t read_local_length(input_stream& stream) {
     return decode<std::uint16_t>(stream.read_bytes(sizeof(std::uint16_t)), encoding_little_endian);
 }

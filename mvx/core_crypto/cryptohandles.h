@@ -24,7 +24,6 @@ using handle = std::unique_ptr<T, releases_with<Release>>;
 using bio_handle = handle<BIO, BIO_free>;
 using digest_context = handle<EVP_MD_CTX, EVP_MD_CTX_free>;
 using key_handle = handle<EVP_PKEY, EVP_PKEY_free>;
-using key_context = handle<EVP_PKEY_CTX, EVP_PKEY_CTX_free>;
 
 /// Takes back what its scope adds to the thread's error queue, which belongs to the host.
 class error_queue_guard {

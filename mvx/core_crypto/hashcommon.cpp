@@ -138,7 +138,7 @@ bool CSignature::init_from_key_file(const std::wstring& path) {
 
     const std::optional<std::string> encoded = encode_path(path);
     if (!encoded) throw std::range_error("bad conversion");
-    const bio_handle file(BIO_new_file(encoded->c_str(), "rb"));
+    const bio_handle file(BIO_new_file(encoded->c_str(), "rbe"));
     if (!file) return false;
 
     // A key that does not load leaves an empty one, on which nothing can begin.

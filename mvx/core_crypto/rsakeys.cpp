@@ -87,7 +87,7 @@ private:
 bio_handle open_key_file(const std::wstring& path) {
     const std::string bytes = encoded(path);
     errno = 0;
-    bio_handle file(BIO_new_file(bytes.c_str(), "rb"));
+    bio_handle file(BIO_new_file(bytes.c_str(), "rbe"));
     if (!file) fail_with_error_number(path, errno);
     return file;
 }
@@ -165,7 +165,9 @@ std::string public_key_fingerprint(const EVP_PKEY* key) {
     CHash hash(hash_sha256);
     hash.init();
     hash.update_bytes(der);
-    return hex_bytes(hash.finish());
+    const std::vector<std::uint8_t> digest = hash.finish();
+    if (digest.empty()) throw exception("The fingerprint could not be made.");
+    return hex_bytes(digest);
 }
 
 } // namespace core

@@ -56,7 +56,8 @@ MV_API unsigned short mv_init(const wchar_t* log_folder) noexcept;
 
 /// Sets which lines are logged: those up to `level`, where 1 is FATAL, 2 ERROR, 3 Warning, 4 Info
 /// and 5 Debug. Unless `silent`, the change is announced by a line of its own, which appears
-/// whatever the old level was. Without a log it does nothing.
+/// whatever the old level was. Without a log it does nothing. Any number is taken: above 5 is as 5;
+/// 0, and what is negative as a number of 16 bits, logs nothing.
 ///
 /// Returns mv_success. A std::exception leaves it only if the log is to turn over and cannot. May
 /// be called from any thread.
@@ -70,8 +71,13 @@ MV_API unsigned short mv_shutdown() noexcept;
 /// one before. Replace a package file by renaming, since it stays open and is read on demand.
 ///
 /// Returns mv_success; mv_package_refused, with the reason in the log, if the package cannot be
-/// used; mv_failed for a null argument and for any other exception. May be called from any thread;
-/// it waits for those that are looking up, and they wait for it.
+/// used; mv_failed for a null argument and for any other exception. A package that fails a check
+/// leaves the earlier one in place. One that is sound and cannot be listed does not: a member name
+/// that is no UTF-8 though marked so gives mv_package_refused, a payload that is no archive even
+/// mv_success, and there are no scripts. No version is compared.
+///
+/// May be called from any thread; it waits for those that are looking up, and they wait for it, as
+/// long as it takes to read the whole package.
 MV_API unsigned short mv_update_scripts_package(const wchar_t* package_path,
                                                 const wchar_t* key_path) noexcept;
 

@@ -53,8 +53,9 @@ enum ESectionNamespace : int {
 /// package that was installed when it was opened, even after that has been replaced.
 class MV_API CScript {
 public:
-    /// Opens the script. Throws core::exception, a std::exception, "Script not found." or
-    /// "Failed to allocate memory.", and std::logic_error if the name is null; all are logged.
+    /// Opens the script. Throws a std::exception, "Script not found." or "Failed to allocate
+    /// memory.", and std::logic_error if the name is null; all are logged. A stored script whose
+    /// compressed data break off is waited for without end.
     explicit CScript(const wchar_t* script_name);
 
     CScript(const CScript&) = delete;
@@ -63,15 +64,17 @@ public:
     /// Destroys all sections.
     virtual ~CScript();
 
-    /// Reads the script's outline; call it once, before asking for sections. A std::exception from
-    /// the text is logged and ends here: the sections before the fault are known, the others are
-    /// not. Anything else passes.
+    /// Reads the script's outline; call it once, before asking for sections, since it goes on from
+    /// where the text was last read. A std::exception from the text is logged and ends here: the
+    /// sections before the fault are known, the others are not. Anything else passes. A block
+    /// comment that is never closed is read without end.
     void init();
 
     /// The section of exactly this namespace and this name, parsed when it is first asked for. The
-    /// script owns it, for its whole life. Null if the script has no such section or its text is
-    /// faulty; the reason is in the log. The section stays known even then, so a later call gives
-    /// it, empty or filled as far as parsing came.
+    /// script owns it, for its whole life. Null if the script has no such section, its text is
+    /// faulty, or add_section fails; the reason is in the log. The section stays known even then,
+    /// so a later call gives it, empty or filled as far as parsing came. Not to be called, nor
+    /// init, from inside an operation of the host that the engine calls.
     ///
     /// A later section sees the constants and Python modules of the sections asked for before.
     /// Throws std::logic_error if an argument is null, and lets pass what is not a std::exception.
@@ -85,17 +88,18 @@ public:
 
 protected:
     /// A new argument for each value of the Script section, holding a callback of the host. The
-    /// base version throws core::exception "Internal error.".
+    /// base version throws a std::exception, "Internal error.".
     virtual CScriptArgument create_argument();
 
     /// Makes the object that stands for a section, gives it to __add_section and returns what that
-    /// returns. The parser fills it by its class: a CScriptHeader, a CScriptInclude or a
-    /// CScriptBody; any other stays as it is. The base version makes a CScriptHeader for the name
-    /// "Header" in the namespace "App", a CScriptInclude for "Include" in any, and else a plain
-    /// CScriptSection.
+    /// returns. The strings live until it returns. The parser fills it by its class: a
+    /// CScriptHeader, a CScriptInclude or a CScriptBody; any other stays as it is. The base version
+    /// makes a CScriptHeader for the name "Header" in the namespace "App", a CScriptInclude for
+    /// "Include" in any, and else a plain CScriptSection.
     virtual CScriptSection* add_section(const char* section_namespace, const char* section_name);
 
-    /// Hands a section over to the script, which owns it from then on. Returns the section.
+    /// Hands a section over to the script, which owns it from then on. Returns the section; null is
+    /// handed back and not registered.
     CScriptSection* __add_section(std::unique_ptr<CScriptSection> section); // NOLINT
 
 private:

@@ -62,7 +62,7 @@ CScriptArgumentCallback* CScriptArgument::argument() noexcept {
     return impl ? impl->callback : nullptr;
 }
 
-bool CScriptArgument::initialized() const noexcept { return impl->callback != nullptr; }
+bool CScriptArgument::initialized() const noexcept { return impl && impl->callback != nullptr; }
 
 void CScriptArgument::clear() noexcept { impl.reset(); }
 

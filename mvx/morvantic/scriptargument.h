@@ -25,8 +25,8 @@ enum EType : std::int32_t {};
 /// easily by way of scriptargumentcallbackbase.h, where every operation has an empty body.
 ///
 /// What an operation throws passes through the engine: out of the storage interface to its caller,
-/// and out of parsing to CScript::section, which logs it and gives a null section. Text and bytes
-/// are the engine's and live no longer than the call.
+/// and out of parsing to CScript::section, which logs a std::exception and gives a null section;
+/// anything else passes on. Text and bytes are the engine's and live no longer than the call.
 ///
 /// The reserved operations are never called. They keep the others at their places, so that the
 /// interface stays compatible with hosts that are built against it.
@@ -107,8 +107,8 @@ private:
     EType m_type;
 };
 
-/// Owns one callback, or none, and the function that frees it. Copying clones the callback, moving
-/// takes it along.
+/// Owns one callback, or none, and the function that frees it. Copying clones the callback, move
+/// construction takes it along; every assignment clones.
 ///
 /// @code
 /// engine::CScriptArgument create_argument() override {
@@ -124,8 +124,7 @@ public:
     /// throw. It is called once for the callback and once for each of its clones, and receives the
     /// CScriptArgumentCallback*: it casts to that first, and only then to the host's own class.
     ///
-    /// Throws core::exception, a std::exception, "Failed to allocate memory."; the callback has
-    /// then been released.
+    /// Throws a std::exception, "Failed to allocate memory."; the callback has then been released.
     CScriptArgument(void (*release)(void*) = &delete_callback,
                     CScriptArgumentCallback* callback = nullptr);
 
@@ -137,7 +136,7 @@ public:
     CScriptArgument(const CScriptArgument& other);
 
     /// Releases the own callback, then clones the other's; throws as the copy constructor does, and
-    /// then holds no callback. `other` must not have been moved from.
+    /// is then as if moved from. `other` must not have been moved from.
     CScriptArgument& operator=(const CScriptArgument& other);
 
     /// Releases the callback.
@@ -146,13 +145,13 @@ public:
     /// The callback, which stays owned by the argument; null if there is none.
     CScriptArgumentCallback* argument() noexcept;
 
-    /// Whether there is a callback. The argument must not have been moved from.
+    /// Whether there is a callback.
     bool initialized() const noexcept;
 
 private:
     MV_LOCAL void clear() noexcept;
 
-    std::unique_ptr<CScriptArgumentImpl> impl; // null only in an argument that was moved from
+    std::unique_ptr<CScriptArgumentImpl> impl; // null once moved from, or left by a failed copy
 };
 
 /// A list of arguments with a cursor, the form in which the arguments of an object or a function
@@ -182,8 +181,8 @@ public:
     ///
     /// For building only: a slot that is filled already is overwritten without release, so after
     /// reset_index an insert leaks what stood there. The argument must not stand in this very list.
-    /// Throws as copying an argument does; the list
-    /// then holds what it held before, perhaps with an empty slot more.
+    /// Throws as copying an argument does; the list then holds what it held before, perhaps with an
+    /// empty slot more.
     void insert(CScriptArgument& argument);
 
     /// The slot at the cursor, which moves on; null at the end.

@@ -9,7 +9,6 @@
 
 namespace engine {
 
-class CScriptParser;
 struct CScriptBodyImpl;
 
 /// The Script section: a sink. The engine keeps nothing of it, but pushes each object and function
@@ -21,7 +20,8 @@ struct CScriptBodyImpl;
 /// - global_function for a "func" statement outside any object.
 ///
 /// All calls arrive on the thread that called CScript::section. What an operation throws ends the
-/// parse: CScript::section logs it and gives null, and the calls made so far stand.
+/// parse, and the calls made so far stand: CScript::section logs a std::exception and gives null,
+/// anything else passes. No operation may call init or section of the script that is being read.
 ///
 /// Strings live until the call returns. An argument list lives until then too, that of an object
 /// until object_end has returned; it arrives with its cursor at the end, so begin with
@@ -52,8 +52,6 @@ public:
     virtual void global_function(EFunctionType function_type, CScriptArguments* arguments) = 0;
 
 private:
-    friend class CScriptParser;
-
     std::unique_ptr<CScriptBodyImpl> impl;
 };
 

@@ -35,10 +35,11 @@ public:
     /// Selects the first record with this package name, case-sensitive, and with any of these
     /// platforms; whether there is one. If so, namespace_next delivers the record's namespaces from
     /// then on, from where its walk stands: call namespace_reset. If not, the earlier selection
-    /// stays. A null name is in no record.
+    /// stays. A null name is in no record, and no platform is in those without platforms alone.
     bool accept(const char* package_name, const CPlatformType& platform);
 
-    /// The same. Scripts are selected by name and platform alone, whatever the version.
+    /// The same. Scripts are selected by name and platform alone, whatever the version, which may
+    /// be null.
     bool accept(const char* package_name, const CPlatformType& platform, const char* version);
 
     /// Whether a record with this name and platform asks for the extra file system. A selection

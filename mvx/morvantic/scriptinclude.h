@@ -24,7 +24,7 @@ public:
 
     ~CScriptInclude() override;
 
-    /// The file of a module, or null if there is no such module.
+    /// The file of a module, empty if its block names none; null if there is no such module.
     const char* python(const char* module_name) const;
 
     /// The next file that the module depends on, or null after the last one.
@@ -33,7 +33,7 @@ public:
     /// Restarts the walk over what that module depends on.
     void python_dependency_reset(const char* module_name);
 
-    /// The next XQuery file in their order, or null after the last one.
+    /// The next XQuery file in their order, empty if its block names none; null after the last one.
     const char* xquery_next();
 
     /// Restarts the walk over the XQuery files.

@@ -109,12 +109,13 @@ private:
     void push_context(std::string_view text, std::uint64_t line, std::uint64_t column);
 
     /// Runs the work inside a context of the call stack. The context is popped on the normal path
-    /// alone: an exception that is not ours leaves the call stack as it stands.
+    /// alone: an exception that is not ours leaves the call stack as it stands. A host that calls
+    /// back into the script may have emptied it.
     template <class Work>
     void in_context(std::string_view text, Work&& work) {
         push_context(text, token_start.line, token_start.column - 1);
         std::invoke(std::forward<Work>(work));
-        callstack.pop_back();
+        if (!callstack.empty()) callstack.pop_back();
     }
 
     CScriptImpl* owner;

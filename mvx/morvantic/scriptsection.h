@@ -14,7 +14,7 @@ struct CScriptSectionImpl;
 /// Belongs, like its script, to one thread at a time.
 class MV_API CScriptSection {
 public:
-    /// Copies both strings. Throws core::exception "Failed to allocate memory.", and
+    /// Copies both strings. Throws a std::exception "Failed to allocate memory.", and
     /// std::logic_error if one of them is null; either is logged.
     CScriptSection(const char* section_namespace, const char* section_name);
 
@@ -28,7 +28,7 @@ public:
     bool equal(const char* section_namespace, const char* section_name);
 
 private:
-    CScriptSectionImpl* impl; // the destructor leaves it
+    CScriptSectionImpl* impl = nullptr; // the destructor leaves it
 };
 
 } // namespace engine

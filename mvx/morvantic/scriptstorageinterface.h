@@ -19,8 +19,8 @@ struct CScriptStorageInterfaceImpl;
 /// also while a package is being replaced; what they throw on a damaged store is for the caller.
 class MV_API CScriptStorageInterface {
 public:
-    /// Takes a snapshot of the names. Throws core::exception, a std::exception,
-    /// "Failed to allocate memory.", and what the listing throws; all are logged.
+    /// Takes a snapshot of the names. Throws a std::exception, "Failed to allocate memory.", and
+    /// what the listing throws; all are logged.
     CScriptStorageInterface();
 
     CScriptStorageInterface(const CScriptStorageInterface&) = delete;
@@ -39,12 +39,16 @@ public:
     void reset();
 
     /// Takes a new snapshot. The walk goes on at the same count of names; call reset to start over.
+    /// Throws what the listing throws.
     void update();
 
     /// Hands the whole content of a stored file to CScriptArgumentCallback::set_bytes, once, and
-    /// returns true. False, without a call, if `callback` is null or there is no such file. The
+    /// returns true. False, without a call, if `callback` is null, there is no such file, or it
+    /// cannot be opened. A file whose reading breaks off arrives with zeros at its end. The
     /// callback stays the caller's. Throws std::logic_error if the name is null, and what reading
-    /// or the callback throws.
+    /// or the callback throws. Compressed data that break off are waited for without end.
+    ///
+    /// A package delivers any of its files by each of the four operations.
     static bool get_python_script(const wchar_t* name, CScriptArgumentCallback* callback);
 
     /// As get_python_script, for resource files.
@@ -57,7 +61,7 @@ public:
     static bool get_xquery_script(const wchar_t* name, CScriptArgumentCallback* callback);
 
 private:
-    CScriptStorageInterfaceImpl* impl;
+    CScriptStorageInterfaceImpl* impl = nullptr;
 };
 
 } // namespace engine

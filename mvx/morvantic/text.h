@@ -47,19 +47,20 @@ inline std::uint32_t take_from_utf8(std::string_view bytes, std::size_t& pos) no
     constexpr std::uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
 
     const auto lead = static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[pos]));
+    const std::size_t start = pos++; // as far as a byte that is taken alone leads
     const std::uint32_t escaped = 0xDC00 + lead;
     const std::size_t length = sequence_length(lead);
-    if (length == 0 || length > bytes.size() - pos) return ++pos, escaped;
+    if (length == 0 || length > bytes.size() - start) return escaped;
 
     std::uint32_t value = lead & lead_bits[length];
     for (std::size_t i = 1; i != length; ++i) {
-        const auto byte = static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[pos + i]));
-        if ((byte & 0xC0) != 0x80) return ++pos, escaped;
+        const auto byte = static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[start + i]));
+        if ((byte & 0xC0) != 0x80) return escaped;
         value = (value << 6) | (byte & 0x3F);
     }
     const bool is_surrogate = is_high_surrogate(value) || is_low_surrogate(value);
-    if (value < smallest[length] || value > 0x10FFFF || is_surrogate) return ++pos, escaped;
-    pos += length;
+    if (value < smallest[length] || value > 0x10FFFF || is_surrogate) return escaped;
+    pos = start + length;
     return value;
 }
 

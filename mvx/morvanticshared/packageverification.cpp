@@ -30,12 +30,15 @@ package_fault check_signature(core::input_stream& stream, const CHeader& header,
                 feed_signed_data(stream, header.stamp(), [&](std::span<const std::uint8_t> bytes) {
                     signature.update_raw(bytes.data(), bytes.size());
                 });
-            if (total_read == stream.size() - MVE_PACKAGE_HEADER_SIZE) {
+            const bool whole = total_read == stream.size() - MVE_PACKAGE_HEADER_SIZE;
+            if (whole) {
                 fault = fault_signature;
-            } else { // the signature decides all the same
+            } else {
                 core::assertion("total_read == (m_stream->size() - MVE_PACKAGE_HEADER_SIZE)");
             }
-            return signature.verify_bytes(header.signature());
+            // A signature over what did come says nothing about the rest, which would be served
+            // too.
+            return signature.verify_bytes(header.signature()) && whole;
         },
         place);
     return verified ? fault_none : fault;

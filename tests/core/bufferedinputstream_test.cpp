@@ -90,8 +90,9 @@ TEST(BufferedInputStream, CloneOfAnInnerStreamThatCannotBeClonedIsEmpty) {
     counted_buffer buffered(20);
     buffered.inner->clone_fails = true;
     EXPECT_EQ(buffered.stream->clone(), nullptr);
-    EXPECT_EQ(log.summary(),
-              std::vector<std::string>{"ERROR bufferedinputstream: Failed to clone inner stream."});
+    EXPECT_EQ(log.summary(), (std::vector<std::string>{
+                                 "ERROR bufferedinputstream: [EXC] Failed to clone inner stream.",
+                                 "ERROR bufferedinputstream: Failed to clone inner stream."}));
 }
 
 TEST(BufferedInputStream, MoveLeavesAnEmptyStream) {

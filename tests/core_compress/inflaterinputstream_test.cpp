@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <random>
+#include <sys/resource.h>
 
 namespace support {
 
@@ -301,8 +302,38 @@ TEST(InflaterInputStream, CloneNeedsACloneOfTheInnerStream) {
     tank->left = 0;
     const log_capture log;
     EXPECT_EQ(stream->clone(), nullptr);
-    EXPECT_EQ(log.summary(),
-              std::vector<std::string>{"ERROR inflaterinputstream: Failed to clone inner stream."});
+    EXPECT_EQ(log.summary(), (std::vector<std::string>{
+                                 "ERROR bufferedinputstream: [EXC] Failed to clone inner stream.",
+                                 "ERROR inflaterinputstream: Failed to clone inner stream."}));
+}
+
+/// Empty stored blocks in front of the content must not cost a window each.
+TEST(InflaterInputStream, EmptyBlocksCostNoAccessPoints) {
+    bytes packed;
+    const bytes empty_block{0x00, 0x00, 0x00, 0xFF, 0xFF};
+    for (int i = 0; i != 200000; ++i)
+        packed.insert(packed.end(), empty_block.begin(), empty_block.end());
+    const bytes content = deflated("abc");
+    packed.insert(packed.end(), content.begin(), content.end());
+    rusage before{};
+    getrusage(RUSAGE_SELF, &before);
+    const auto stream = InflaterInputStream::create(deep_stream(packed), raw, 1u << 20);
+    rusage after{};
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_EQ(stream->read_string(10), "abc");
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 100000) << "kilobytes";
+}
+
+TEST(InflaterInputStream, SeekToTheEndReadsNothingBehindIt) {
+    const std::string content = content_of(noise, 300000);
+    bytes packed = deflated(content, {.level = 0});
+    const bytes spare{0x00, 0x04, 0x00, 0xFB, 0xFF, 'E', 'V', 'I', 'L', 0x00};
+    packed.insert(packed.end(), spare.begin(), spare.end());
+    const auto stream = InflaterInputStream::create(deep_stream(packed), raw, 1);
+    ASSERT_EQ(stream->size(), content.size());
+    EXPECT_TRUE(stream->set_pos(content.size()));
+    EXPECT_THROW(stream->read_uint8(), core::exception);
+    EXPECT_TRUE(stream->read_bytes(10).empty());
 }
 
 TEST(InflaterInputStream, SourceThatShrankIsReadToItsEnd) {

@@ -73,6 +73,14 @@ TEST(Script, AbsentSectionIsNullOnceAndEmptyLater) {
     EXPECT_EQ(demo.script.section("App", "header"), nullptr) << "names differ by case";
 }
 
+TEST(Script, SectionBeforeTheOutlineIsNamedAtNoPlace) {
+    support::log_capture log(4);
+    support::installed_scripts scripts({{L"demo.sc", three_sections}});
+    CScript script(L"demo.sc");
+    EXPECT_EQ(script.section("App", "Header"), nullptr);
+    EXPECT_TRUE(log.lines().front().text.starts_with("Parser warning(0, 18446744073709551615): "));
+}
+
 TEST(Script, BrokenOutlineKeepsTheSectionsBeforeIt) {
     support::log_capture log;
     opened demo("::App::Header::{}\n::App::Include::{");

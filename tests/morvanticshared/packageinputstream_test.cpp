@@ -240,6 +240,17 @@ TEST_P(PackageOnFaultyStream, EndsAsItShould) {
 INSTANTIATE_TEST_SUITE_P(All, PackageOnFaultyStream, testing::ValuesIn(stream_rows),
                          support::row_name);
 
+TEST(PackageInputStream, SignatureOverAPartDoesNotCoverTheRest) {
+    package_builder package;
+    bytes covered(3000, 'p');
+    package.payload = covered;
+    package.payload.resize(5000, 'x');
+    covered.insert(covered.end(), package.stamp.begin(), package.stamp.end());
+    package.signature = test_keys::signing().sign(covered);
+    faulty_stream dry(package.build(), 1024 + 3000);
+    EXPECT_EQ(verify_package(dry, public_key()).fault, fault_payload_unreadable);
+}
+
 TEST(PackageInputStream, WithoutAKeyThePayloadIsNotRead) {
     const bytes file = package_builder().build();
     for (const std::wstring& key :
