@@ -1,0 +1,107 @@
+#include "checks.h"
+#include "commandline.h"
+#include "header_report.h"
+#include "output.h"
+#include "package_view.h"
+
+namespace tool {
+
+namespace {
+
+struct info_options {
+    std::string package;
+    bool json = false;
+};
+
+struct info_result {
+    std::vector<header_field> fields;
+    bool stamp_valid = false;
+    std::uint64_t file_size = 0;
+    std::optional<package_view> view; // empty for an encrypted payload
+    std::string archive_problem;      // what keeps the members from being counted, if anything
+};
+
+/// The members, if the payload can be looked into without verification.
+void look_into(info_result& result, core::input_stream_ptr stream, std::uint32_t encryption,
+               const std::string& name) {
+    if (encryption != package::encryption_none) {
+        result.archive_problem = "The payload is not in clear.";
+        return;
+    }
+    stream->set_pos(package::MVE_PACKAGE_HEADER_SIZE);
+    stream->mark_begin();
+    try {
+        result.view.emplace(std::move(stream), name);
+    } catch (const failure& problem) {
+        result.archive_problem = problem.what();
+        return;
+    }
+    result.archive_problem = archive_problem(*result.view);
+}
+
+info_result gather(const input_file& package) {
+    core::input_stream_ptr stream = package.open();
+    package::package_fault fault = package::fault_none;
+    const std::unique_ptr<package::CHeader> header = package::read_header(*stream, fault);
+    if (!header) fail_input(fault_message(fault, package));
+    info_result result;
+    result.fields = describe(*header, package);
+    result.stamp_valid = header->stamp().valid;
+    result.file_size = stream->size();
+    look_into(result, std::move(stream), header->encryption_type(), package.name());
+    return result;
+}
+
+void write_as_json(const input_file& package, const info_result& result) {
+    nlohmann::ordered_json object = {{"file", package.name()},
+                                     {"file_size", result.file_size},
+                                     {"verified", false},
+                                     {"fields", json_of(result.fields)},
+                                     {"stamp_valid", result.stamp_valid}};
+    object["members"] = result.view ? counts_json(result.view->counts()) : nullptr;
+    object["archive_problem"] = nullptr;
+    if (!result.archive_problem.empty()) object["archive_problem"] = result.archive_problem;
+    write_json(object);
+}
+
+void write_as_text(const input_file& package, const info_result& result) {
+    std::string text = output_name(package.name()) + ": " + counted(result.file_size, "byte") +
+                       "\n\n" + table_of(result.fields) + '\n';
+    if (result.view && result.view->is_archive()) {
+        text += "The archive holds " + counts_text(result.view->counts()) + ".\n";
+    }
+    if (!result.archive_problem.empty()) text += printable(result.archive_problem) + '\n';
+    write_output(text + "Nothing was verified: use \"morvantic verify\" before you trust any of "
+                        "this.\n");
+}
+
+exit_status info(const info_options& options) {
+    const input_file package(options.package);
+    const info_result result = gather(package);
+    if (options.json) {
+        write_as_json(package, result);
+    } else {
+        write_as_text(package, result);
+    }
+    return status_ok;
+}
+
+action define(CLI::App& command) {
+    auto options = std::make_shared<info_options>();
+    add_package(command, options->package);
+    add_json(command, options->json);
+    add_notes(
+        command,
+        "Needs no key, verifies nothing, and goes as far as a damaged package lets it. Of each\n"
+        "field it says whether the signature covers it: the others can be changed by anybody\n"
+        "without harm to the signature.\n\n"
+        "Example:\n"
+        "  morvantic info apps.pkg");
+    return with_options(std::move(options), info);
+}
+
+} // namespace
+
+const subcommand info_command = {"info", "Show what a package says about itself.", define};
+
+} // namespace tool
