@@ -5,7 +5,6 @@
 
 #include "core/winapifileinputstream.h"
 
-#include <algorithm>
 #include <array>
 #include <gtest/gtest.h>
 #include <latch>
@@ -17,8 +16,8 @@ TEST(ZipStreamDirectoryThreads, MembersAreReadSideBySide) {
     zip_builder builder;
     for (int i = 0; i != 20; ++i) {
         const std::string content(100000, static_cast<char>('a' + i));
-        builder.members.push_back(
-            {std::to_string(i), content, static_cast<std::uint16_t>(i % 2 == 0 ? 8 : 0)});
+        const std::uint16_t method = i % 2 == 0 ? 8 : 0;
+        builder.members.push_back({std::to_string(i), content, method});
     }
     const temp_folder folder;
     folder.write("archive", builder.build().content);
@@ -27,9 +26,8 @@ TEST(ZipStreamDirectoryThreads, MembersAreReadSideBySide) {
     // Clones of one stream share its access points.
     const core::input_stream_ptr shared = archive.open(L"0");
 
-    constexpr int reader_count = 4;
-    std::latch start(reader_count);
-    std::array<int, reader_count> matches{};
+    std::array<int, 4> matches{};
+    std::latch start(matches.size());
     std::vector<std::thread> readers;
     for (int& matched : matches) {
         const std::shared_ptr<core::input_stream> copy = shared->clone();
@@ -46,7 +44,7 @@ TEST(ZipStreamDirectoryThreads, MembersAreReadSideBySide) {
     }
     for (std::thread& reader : readers)
         reader.join();
-    EXPECT_EQ(std::count(matches.begin(), matches.end(), 21), reader_count);
+    EXPECT_EQ(matches, (std::array{21, 21, 21, 21}));
 }
 
 } // namespace support

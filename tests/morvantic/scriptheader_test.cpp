@@ -1,7 +1,6 @@
 #include "morvantic/scriptheader.h"
 
 #include "morvantic/scriptheaderimpl.h"
-#include "support/rows.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -31,65 +30,56 @@ void fill(CScriptHeaderImpl& header) {
     add_package(header, {}, platform_android, {"Nobody"});
 }
 
-strings rest_of_namespaces(CScriptHeaderImpl& header) {
-    strings names;
-    while (const char* name = header.namespace_next())
-        names.emplace_back(name);
-    return names;
-}
+using walk = const char* (CScriptHeaderImpl::*)();
+constexpr walk namespaces = &CScriptHeaderImpl::namespace_next;
+constexpr walk package_names = &CScriptHeaderImpl::package_names_next;
 
-strings some_names(CScriptHeaderImpl& header, std::size_t most = 100) {
+strings rest_of(CScriptHeaderImpl& header, walk next) {
     strings names;
-    while (names.size() != most) {
-        const char* name = header.package_names_next();
-        if (name == nullptr) break;
+    while (const char* name = (header.*next)())
         names.emplace_back(name);
-    }
     return names;
 }
 
 struct selection {
-    const char* name;
     bool (CScriptHeaderImpl::*select)(const char*, const CPlatformType&);
     const char* package;
     EPlatformTypes platform;
-    bool selected;
-    strings namespaces;
+    strings namespaces; // just "before" if nothing is selected
 };
 
 constexpr auto accept = &CScriptHeaderImpl::accept;
 constexpr auto extra = &CScriptHeaderImpl::has_extra_fs;
 
 const selection selections[] = {
-    {"FirstRecord", accept, "mail", platform_android, true, {"Mail", "Post"}},
-    {"SecondName", accept, "post", platform_android, true, {"Mail", "Post"}},
-    {"OtherPlatform", accept, "mail", platform_blackberry, true, {"Other"}},
-    {"AnyOfSeveral", accept, "mail", platform_ios | platform_windows_phone, true, {"Other"}},
-    {"NoPlatformAsked", accept, "mail", platform_none, false, {"before"}},
-    {"NoPlatformInRecord", accept, "bare", platform_none, true, {}},
-    {"PlatformForBareRecord", accept, "bare", platform_android, false, {"before"}},
-    {"OtherCase", accept, "Mail", platform_android, false, {"before"}},
-    {"EmptyName", accept, "", platform_android, false, {"before"}},
-    {"NullName", accept, nullptr, platform_android, false, {"before"}},
-    {"ExtraGoesPastRecordsWithout", extra, "mail", platform_android, true, {"Extra"}},
-    {"ExtraNeedsThePlatform", extra, "mail", platform_ios, false, {"before"}},
-    {"ExtraNeedsTheName", extra, "post", platform_android, false, {"before"}},
+    {accept, "mail", platform_android, {"Mail", "Post"}},
+    {accept, "post", platform_android, {"Mail", "Post"}},
+    {accept, "mail", platform_blackberry, {"Other"}},
+    {accept, "mail", platform_ios | platform_windows_phone, {"Other"}},
+    {accept, "mail", platform_none, {"before"}},
+    {accept, "bare", platform_none, {}},
+    {accept, "bare", platform_android, {"before"}},
+    {accept, "Mail", platform_android, {"before"}},
+    {accept, "", platform_android, {"before"}},
+    {accept, nullptr, platform_android, {"before"}},
+    {extra, "mail", platform_android, {"Extra"}}, // past the records without
+    {extra, "mail", platform_ios, {"before"}},
+    {extra, "post", platform_android, {"before"}},
 };
-
-class HeaderSelection : public testing::TestWithParam<selection> {};
 
 } // namespace
 
-TEST_P(HeaderSelection, ReplacesTheNamespacesIfItSucceeds) {
-    CScriptHeaderImpl header;
-    fill(header);
-    header.namespaces = {"before"};
-    const selection& row = GetParam();
-    EXPECT_EQ((header.*row.select)(row.package, CPlatformType(row.platform)), row.selected);
-    EXPECT_EQ(rest_of_namespaces(header), row.namespaces);
+TEST(Header, SelectionReplacesTheNamespacesIfItSucceeds) {
+    for (const selection& row : selections) {
+        SCOPED_TRACE(&row - selections);
+        CScriptHeaderImpl header;
+        fill(header);
+        header.namespaces = {"before"};
+        EXPECT_EQ((header.*row.select)(row.package, CPlatformType(row.platform)),
+                  row.namespaces != strings{"before"});
+        EXPECT_EQ(rest_of(header, namespaces), row.namespaces);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rows, HeaderSelection, testing::ValuesIn(selections), support::row_name);
 
 TEST(Header, WalkOfNamespacesOutlivesASelection) {
     CScriptHeaderImpl header;
@@ -97,32 +87,24 @@ TEST(Header, WalkOfNamespacesOutlivesASelection) {
     ASSERT_TRUE(header.accept("mail", CPlatformType(platform_android)));
     EXPECT_STREQ(header.namespace_next(), "Mail");
     ASSERT_TRUE(header.accept("post", CPlatformType(platform_android)));
-    EXPECT_EQ(rest_of_namespaces(header), strings{"Post"});
+    EXPECT_EQ(rest_of(header, namespaces), strings{"Post"});
     ASSERT_TRUE(header.accept("mail", CPlatformType(platform_ios)));
-    EXPECT_EQ(rest_of_namespaces(header), strings{}); // the cursor is past the shorter list
+    EXPECT_EQ(rest_of(header, namespaces), strings{}); // the cursor is past the shorter list
 }
 
-TEST(Header, NamesOfAllRecords) {
+TEST(Header, ABrokenOffWalkOfNamesGoesOnInsideItsRecord) {
     CScriptHeaderImpl header;
     fill(header);
-    const strings all{"mail", "post", "mail", "mail", "bare"};
-    EXPECT_EQ(some_names(header), all);
-    EXPECT_EQ(some_names(header), strings{});
+    EXPECT_STREQ(header.package_names_next(), "mail");
     header.package_cursor = 0;
-    EXPECT_EQ(some_names(header), all);
-}
-
-TEST(Header, ABrokenOffWalkGoesOnInsideItsRecord) {
-    CScriptHeaderImpl header;
-    fill(header);
-    EXPECT_EQ(some_names(header, 1), strings{"mail"});
+    EXPECT_EQ(rest_of(header, package_names), (strings{"post", "mail", "mail", "bare"}));
+    EXPECT_EQ(rest_of(header, package_names), strings{});
     header.package_cursor = 0;
-    EXPECT_EQ(some_names(header), (strings{"post", "mail", "mail", "bare"}));
+    EXPECT_EQ(rest_of(header, package_names), (strings{"mail", "post", "mail", "mail", "bare"}));
 }
 
 TEST(Header, WithoutRecordsNothingIsAccepted) {
     CScriptHeader header("App", "Header");
-    EXPECT_FALSE(header.accept("mail", CPlatformType(platform_android)));
     EXPECT_FALSE(header.accept("mail", CPlatformType(platform_android), nullptr));
     EXPECT_FALSE(header.hasExtraFS("mail", CPlatformType(platform_android), "1"));
     EXPECT_EQ(header.packageNames_next(), nullptr);

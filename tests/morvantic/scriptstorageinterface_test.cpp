@@ -77,6 +77,7 @@ TEST(StorageInterface, AssignmentSharesTheOtherSnapshot) {
 
 TEST(StorageInterface, HandsOutWholeFilesAsTheyAre) {
     support::installed_scripts scripts({{L"a.py", "\r\n\0\xFF"s}, {L"empty.xq", ""}});
+
     receiver callback;
     EXPECT_TRUE(CScriptStorageInterface::get_python_script(L"a.py", &callback));
     EXPECT_EQ(callback.content, "\r\n\0\xFF"s);
