@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string_view>
 
 // The words of the script language and where each may stand: data only.
@@ -50,6 +49,10 @@ inline constexpr std::array<std::string_view, 16> keyword_words = {
     "versionMin", "platforms", "Python",       "XQuery"};
 static_assert(keyword_words.size() == keyword_xquery + 1);
 
+constexpr std::string_view word_of(EKeyword keyword) noexcept {
+    return keyword_words[static_cast<std::size_t>(keyword)];
+}
+
 /// Exact and case-sensitive; keyword_none for any other text.
 constexpr EKeyword keyword_from_string(std::string_view text) noexcept {
     for (std::size_t i = 1; i != keyword_words.size(); ++i) {
@@ -58,52 +61,24 @@ constexpr EKeyword keyword_from_string(std::string_view text) noexcept {
     return keyword_none;
 }
 
-struct allowed_property {
-    EKeyword keyword;
-    EPropertyType type;
+/// Where a name may stand already.
+enum name_place : std::uint8_t {
+    place_reserved_word,
+    place_analyzers,
+    place_global_constants,
+    place_local_constants,
 };
 
-inline constexpr std::array header_properties = {
-    allowed_property{keyword_const, property_constant},
-    allowed_property{keyword_engine_version, property_unsigned},
-    allowed_property{keyword_package, property_package_block},
+enum name_effect : std::uint8_t {
+    effect_error,
+    effect_overwrite, // a warning, and the old entry goes
 };
 
-inline constexpr std::array package_properties = {
-    allowed_property{keyword_const, property_constant},
-    allowed_property{keyword_has_extra_fs, property_bool},
-    allowed_property{keyword_names, property_string_list},
-    allowed_property{keyword_namespaces, property_string_list},
-    allowed_property{keyword_version_min, property_string},
-    allowed_property{keyword_version_max, property_string},
-    allowed_property{keyword_platforms, property_enum_list},
+/// One row of a rule set for names. The name takes the place of the "%".
+struct name_rule {
+    name_place place;
+    name_effect effect;
+    std::string_view message;
 };
-
-inline constexpr std::array include_properties = {
-    allowed_property{keyword_const, property_constant},
-    allowed_property{keyword_python, property_python_block},
-    allowed_property{keyword_xquery, property_xquery_block},
-};
-
-inline constexpr std::array python_properties = {
-    allowed_property{keyword_const, property_constant},
-    allowed_property{keyword_dependencies, property_string_list},
-    allowed_property{keyword_path, property_string},
-    allowed_property{keyword_version_min, property_string},
-};
-
-inline constexpr std::array xquery_properties = {
-    allowed_property{keyword_const, property_constant},
-    allowed_property{keyword_path, property_string},
-    allowed_property{keyword_index, property_unsigned},
-};
-
-/// Whether a block allows a keyword. keyword_none stands in no table.
-constexpr bool is_allowed(std::span<const allowed_property> table, EKeyword keyword) noexcept {
-    for (const allowed_property& property : table) {
-        if (property.keyword == keyword) return true;
-    }
-    return false;
-}
 
 } // namespace engine

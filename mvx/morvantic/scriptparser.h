@@ -1,13 +1,22 @@
 #pragma once
 
 #include "core/inputstream.h"
+#include "core/variant.h"
+#include "morvantic/scriptargument.h"
 #include "morvantic/scriptgrammar.h"
+#include "morvantic/scriptheaderimpl.h"
+#include "morvantic/scriptincludeimpl.h"
+#include "morvantic/scriptvalues.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -42,6 +51,22 @@ struct CTextPosition {
 /// a time. A parse failure travels as core::exception with the whole diagnostic as its text.
 class CScriptParser {
 public:
+    /// Kinds of a parsed value, and what the variant beside it holds.
+    enum EArgumentTypes : std::int32_t {
+        argument_bool = 1,        // bool
+        argument_integer = 2,     // long long
+        argument_constant = 3,    // the constant's name
+        argument_enum = 4,        // long long
+        argument_function = 5,    // a list of values, the last of which is the function's name
+        argument_string = 6,      // std::string
+        argument_string_list = 7, // std::vector<std::string>
+        argument_analyzer = 8,    // the analyzer's name
+    };
+
+    using value = std::pair<EArgumentTypes, core::basic_variant>;
+    using value_list = std::vector<value>;
+    using string_list = std::vector<std::string>;
+
     /// Opens the named script. Throws "Script not found.".
     CScriptParser(CScriptImpl* script, const std::wstring& script_name);
 
@@ -86,10 +111,84 @@ private:
     void set_position(const CTextPosition& target);
     void parse_content(CScriptSection* section);
 
-    // Grammars
+    // Header
     void parse_header(CScriptHeader& header);
+    void read_engine_version(CScriptHeaderImpl& header);
+    void read_package(CScriptHeaderImpl& header);
+    void read_extra_fs(CScriptHeaderImpl::CPackage& record);
+    void read_names(CScriptHeaderImpl::CPackage& record);
+    void read_namespaces(CScriptHeaderImpl::CPackage& record);
+    void read_version(CScriptHeaderImpl::CPackage& record);
+    void read_platforms(CScriptHeaderImpl::CPackage& record);
+    EPlatformTypes parse_platform_list();
+
+    // Include
     void parse_include(CScriptInclude& include);
+    void parse_python_declaration(CScriptIncludeImpl& include);
+    std::unique_ptr<CScriptIncludeImpl::CPython> parse_python();
+    std::unique_ptr<CScriptIncludeImpl::CXQuery> parse_xquery();
+    void read_dependencies(CScriptIncludeImpl::CPython& module);
+    void read_python_path(CScriptIncludeImpl::CPython& module);
+    void read_python_version(CScriptIncludeImpl::CPython& module);
+    void read_xquery_path(CScriptIncludeImpl::CXQuery& query);
+    void read_xquery_index(CScriptIncludeImpl::CXQuery& query);
+    void sort_xqueries(CScriptIncludeImpl& include);
+
+    // Blocks of properties
+    template <class Target>
+    struct block_property;
+    template <class Target, std::size_t Count>
+    void parse_block(const std::array<block_property<Target>, Count>& properties, Target& target,
+                     const char* expected);
+    void warn_and_skip_unknown();
+    void read_global_constant(CScriptHeaderImpl& header);
+    template <class Object>
+    void read_block_constant(Object& object);
+    std::uint64_t parse_integer_property();
+    std::string parse_string_property();
+    string_list parse_string_list_property();
+
+    // Body
+    using arguments_ptr = std::unique_ptr<CScriptArguments>;
+    using nested_lists = std::vector<arguments_ptr>;
+    using pair_list = std::vector<std::pair<std::string, std::string>>;
+
+    struct function_call {
+        EFunctionType type = function_unknown;
+        value_list values;
+    };
+
     void parse_body(CScriptBody& body);
+    void parse_global_function(CScriptBody& body, nested_lists& nested);
+    void parse_object(CScriptBody& body);
+    arguments_ptr parse_typed_object(CScriptBody& body, const std::string& name, EObjectType type);
+    void parse_object_statement(CScriptBody& body, nested_lists& nested);
+    function_call parse_function_declaration();
+    value_list parse_argument_list();
+    std::optional<value> parse_value(std::string& called);
+    std::optional<value> parse_named_value(std::string& called);
+    value parse_enum(const std::string& prefix);
+    value parse_integer(const std::string& digits);
+    value parse_string_list_value();
+    string_list parse_string_list(char close, bool allow_empty);
+    pair_list parse_pair_list(char close);
+    void expect_list_separator(char close);
+
+    // The host's arguments
+    arguments_ptr build_arguments(value_list values, nested_lists& nested);
+    void check_kind(const value& parsed);
+    value_list open_function(CScriptArgument& call, core::basic_variant& variant);
+    void deliver(const value& parsed, CScriptArgument& argument);
+
+    // Names
+    using constant = std::pair<std::string, std::string>;
+    constant parse_constant();
+    bool is_taken(name_place place, const std::string& name) const;
+    void check_name(std::span<const name_rule> rules, const std::string& name);
+    void add_analyzer_name(const std::string& name);
+    void add_global_constant(const constant& added);
+    void add_local_constant(const constant& added);
+    const std::string& resolve_constant(const std::string& name);
 
     // Tokens
     std::int32_t read_byte();
@@ -100,8 +199,8 @@ private:
     bool skip_comment();
 
     // The two ways in which the grammar reads a token. They differ after a lone slash.
-    void expect_next(std::int32_t kind, const char* message);
-    void expect_current(std::int32_t kind, const char* message);
+    void expect_next(std::int32_t kind, std::string_view message);
+    void expect_current(std::int32_t kind, std::string_view message);
 
     // Diagnostics at the current token
     [[noreturn]] void fail(const std::string& message);

@@ -73,6 +73,11 @@ void CScriptParser::skip_unknown() {
     } while (token != ';');
 }
 
+void CScriptParser::warn_and_skip_unknown() {
+    warn("Unknown identifier \"" + token_text + "\"");
+    skip_unknown();
+}
+
 void CScriptParser::skip_braces() {
     for (std::uint64_t depth = 1; depth > 0;) {
         next_token();

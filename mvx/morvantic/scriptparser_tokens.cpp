@@ -125,12 +125,12 @@ bool CScriptParser::skip_comment() {
     return true;
 }
 
-void CScriptParser::expect_next(std::int32_t kind, const char* message) {
-    if (next_token() != kind) fail(message);
+void CScriptParser::expect_next(std::int32_t kind, std::string_view message) {
+    if (next_token() != kind) fail(std::string(message));
 }
 
-void CScriptParser::expect_current(std::int32_t kind, const char* message) {
-    if (token != kind) fail(message);
+void CScriptParser::expect_current(std::int32_t kind, std::string_view message) {
+    if (token != kind) fail(std::string(message));
 }
 
 } // namespace engine

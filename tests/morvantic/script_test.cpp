@@ -15,7 +15,7 @@ using summary = std::vector<std::string>;
 namespace {
 
 constexpr const char* three_sections = R"(
-::App::Header::{ names = "}"; }
+::App::Header::{ const brace = "}"; }
 ::App::Include::{}
 ::Chats::Script::{}
 ::Chats::Script::{ second, of the same name }
