@@ -190,7 +190,8 @@ List basic_variant::copy_of_list(const List& source) {
                 to->emplace_back(tag, variant);
                 continue;
             }
-            to->emplace_back(tag, basic_variant(variant.kind(), List()));
+            to->emplace_back(tag, basic_variant(variant_nested_list, List()));
+            to->back().second.m_kind = variant.kind();
             pending.emplace_back(nested, to->back().second.template held<List>());
         }
     }

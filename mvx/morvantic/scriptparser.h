@@ -9,6 +9,7 @@
 #include "morvantic/scriptvalues.h"
 
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -188,7 +189,7 @@ private:
     void add_analyzer_name(const std::string& name);
     void add_global_constant(const constant& added);
     void add_local_constant(const constant& added);
-    const std::string& resolve_constant(const std::string& name);
+    std::string resolve_constant(const std::string& name);
 
     // Tokens
     std::int32_t read_byte();
@@ -201,6 +202,18 @@ private:
     // The two ways in which the grammar reads a token. They differ after a lone slash.
     void expect_next(std::int32_t kind, std::string_view message);
     void expect_current(std::int32_t kind, std::string_view message);
+
+    /// The whole text as a decimal number. An odd byte can pass for a number with other text.
+    template <class Number>
+    Number to_number(const std::string& digits) {
+        Number number = 0;
+        const char* end = digits.data() + digits.size();
+        const auto [stop, error] = std::from_chars(digits.data(), end, number);
+        if (error != std::errc() || stop != end) {
+            fail(digits + " is not a valid decimal integer number");
+        }
+        return number;
+    }
 
     // Diagnostics at the current token
     [[noreturn]] void fail(const std::string& message);

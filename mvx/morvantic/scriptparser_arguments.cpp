@@ -84,8 +84,8 @@ CScriptParser::arguments_ptr CScriptParser::build_arguments(value_list values,
         callback_of(*outer.call_arguments).set_arguments(inner);
         outer.arguments->insert(*outer.call);
         if (outer.call_arguments->initialized()) outer.arguments->insert(*outer.call_arguments);
-        outer.call.reset();
         outer.call_arguments.reset();
+        outer.call.reset();
     }
 }
 
@@ -98,7 +98,9 @@ void CScriptParser::check_kind(const value& parsed) {
 /// Names the call to the host and gives the values of its own list.
 CScriptParser::value_list CScriptParser::open_function(CScriptArgument& call,
                                                        core::basic_variant& variant) {
-    value_list values = std::move(*variant.held<value_list>());
+    value_list* held = variant.held<value_list>();
+    // Moved out: a cast would copy all that is nested in it, at every level.
+    value_list values = held != nullptr ? std::move(*held) : variant.cast<value_list>();
     if (values.empty()) fail("Function name missing");
     const auto& [type, name] = values.back();
     if (type != argument_string && name.kind() != core::variant_text) {
@@ -126,7 +128,7 @@ void CScriptParser::deliver(const value& parsed, CScriptArgument& argument) {
         return callback.set_analyzer(variant.cast<std::string>().c_str());
     case argument_string_list:
         callback.list_begin();
-        for (const std::string& text : *variant.held<string_list>()) {
+        for (const std::string& text : variant.cast<string_list>()) {
             callback.list_add(text.c_str());
         }
         return callback.list_end();

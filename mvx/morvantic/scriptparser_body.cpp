@@ -2,7 +2,6 @@
 
 #include "morvantic/scriptbody.h"
 
-#include <charconv>
 #include <optional>
 
 // The Script section: what is to be done, pushed into the host's body statement by statement.
@@ -230,11 +229,7 @@ CScriptParser::value CScriptParser::parse_enum(const std::string& prefix) {
 }
 
 CScriptParser::value CScriptParser::parse_integer(const std::string& digits) {
-    long long number = 0;
-    const char* end = digits.data() + digits.size();
-    if (std::from_chars(digits.data(), end, number).ec != std::errc()) {
-        fail(digits + " is not a valid decimal integer number");
-    }
+    const auto number = to_number<long long>(digits);
     next_token();
     return {argument_integer, core::basic_variant(core::variant_integer, number)};
 }

@@ -4,8 +4,6 @@
 #include "morvantic/scriptheaderimpl.h"
 #include "morvantic/scriptparser_block.h"
 
-#include <charconv>
-
 // The Header section: for which apps and platforms a script is meant.
 //
 //     engineVersion = 1000000;
@@ -114,11 +112,7 @@ EPlatformTypes CScriptParser::parse_platform_list() {
 std::uint64_t CScriptParser::parse_integer_property() {
     expect_next('=', "Expected '='\"");
     expect_next(token_number, "Expected decimal integer number");
-    std::uint64_t number = 0;
-    const char* end = token_text.data() + token_text.size();
-    if (std::from_chars(token_text.data(), end, number).ec != std::errc()) {
-        fail(token_text + " is not a valid decimal integer number");
-    }
+    const auto number = to_number<std::uint64_t>(token_text);
     expect_next(';', "Expected ';'");
     return number;
 }

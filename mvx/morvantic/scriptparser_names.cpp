@@ -117,7 +117,7 @@ CScriptParser::constant CScriptParser::parse_constant() {
     return parsed;
 }
 
-const std::string& CScriptParser::resolve_constant(const std::string& name) {
+std::string CScriptParser::resolve_constant(const std::string& name) {
     for (const auto* constants : {&local_constants, &global_constants}) {
         const auto found = constants->find(name);
         if (found != constants->end()) return found->second;

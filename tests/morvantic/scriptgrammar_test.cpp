@@ -78,6 +78,8 @@ const grammar_case body_cases[] = {
     {"EmptyList", "func setSpecific({});", "error: Expected ')' or ',' to end or continue\"\n"},
     {"TooLarge", "func setSpecific(9223372036854775808);",
      "error: 9223372036854775808 is not a valid decimal integer number\n"},
+    {"OddByteIsANumberOfOtherText", "func setSpecific(\"12abc\", \xFC);",
+     "error: 12abc is not a valid decimal integer number\n"},
     {"LoneMinus", "func setSpecific(-a);", "error: Expected decimal integer number after minus\n"},
     {"UnknownWord", "func setSpecific(nobody);", "error: Unknown identifier \"nobody\"\n"},
     {"UnknownNamespace", "func setSpecific(no::f());", "error: Unknown Python namespace \"no\"\n"},
