@@ -1,0 +1,56 @@
+#include "support/log_capture.h"
+#include "support/recording_host.h"
+
+#include "morvantic/scriptheader.h"
+#include "morvantic/scriptinclude.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <set>
+
+using namespace engine;
+
+namespace {
+
+const std::filesystem::path apps = EXAMPLE_APPS;
+
+void expect_file(const char* path) {
+    EXPECT_TRUE(std::filesystem::is_regular_file(apps / path)) << path;
+}
+
+} // namespace
+
+/// They are what authors learn from: not even a warning, and every file that they name is there.
+TEST(Examples, AreReadWithoutAWord) {
+    int scripts = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(apps)) {
+        if (entry.path().extension() != ".sc") continue;
+        SCOPED_TRACE(entry.path());
+        ++scripts;
+        support::log_capture log(5);
+        support::recorded_text demo(support::read_file(entry.path()));
+        auto* header = dynamic_cast<CScriptHeader*>(demo.script.section("App", "Header"));
+        auto* include = dynamic_cast<CScriptInclude*>(demo.script.section("App", "Include"));
+        ASSERT_TRUE(header != nullptr && include != nullptr);
+
+        std::set<std::string> namespaces;
+        const CPlatformType any(platform_android | platform_ios | platform_windows_phone |
+                                platform_blackberry);
+        while (const char* app = header->packageNames_next()) {
+            EXPECT_TRUE(header->accept(app, any)) << app;
+            header->namespace_reset();
+            while (const char* where = header->namespace_next())
+                namespaces.insert(where);
+        }
+        EXPECT_FALSE(namespaces.empty());
+        for (const std::string& where : namespaces) {
+            EXPECT_NE(demo.script.section(where.c_str(), "Script"), nullptr) << where;
+        }
+        EXPECT_NE(demo.script.transcript.find("begin "), std::string::npos);
+        while (const char* path = include->xquery_next())
+            expect_file(path);
+        expect_file(include->python("default"));
+        EXPECT_TRUE(log.lines().empty()) << support::read_file(log.path());
+    }
+    EXPECT_EQ(scripts, 14);
+}
