@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <regex>
 #include <set>
 
 using namespace engine;
@@ -53,4 +54,28 @@ TEST(Examples, AreReadWithoutAWord) {
         EXPECT_TRUE(log.lines().empty()) << support::read_file(log.path());
     }
     EXPECT_EQ(scripts, 14);
+}
+
+/// Each example of the language reference is a script, read without a word.
+TEST(Examples, OfTheLanguageReferenceAreScripts) {
+    const std::string reference = support::read_file(LANGUAGE_REFERENCE);
+    const std::string fence = "```text\n";
+    const std::regex head("::(\\w+)::(\\w+)::");
+    int examples = 0;
+    for (std::size_t start = reference.find(fence); start != std::string::npos;
+         start = reference.find(fence, start)) {
+        start += fence.size();
+        const std::string text = reference.substr(start, reference.find("```", start) - start);
+        SCOPED_TRACE(text);
+        ++examples;
+        support::log_capture log(5);
+        support::recorded_text demo(text);
+        for (std::sregex_iterator found(text.begin(), text.end(), head), end; found != end;
+             ++found) {
+            EXPECT_NE(demo.script.section((*found)[1].str().c_str(), (*found)[2].str().c_str()),
+                      nullptr);
+        }
+        EXPECT_TRUE(log.lines().empty()) << support::read_file(log.path());
+    }
+    EXPECT_GE(examples, 4);
 }
