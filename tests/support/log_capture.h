@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/temp_folder.h"
+#include "tools/morvantic/log_lines.h"
 
 #include <cstdint>
 #include <string>
@@ -9,13 +10,7 @@
 
 namespace support {
 
-/// One line of the log, taken apart. Lines that a message itself breaks belong to its `text`.
-struct log_line {
-    std::string level;  // "ERROR", "Debug", ...
-    std::string module; // "mvx\core\debug"
-    int line = 0;
-    std::string text;
-};
+using tool::log_line;
 
 /// Opens the log in a folder of its own and hands back what was written.
 class log_capture {

@@ -2,8 +2,6 @@
 #include "output.h"
 #include "package_view.h"
 
-#include "core/text.h"
-
 namespace tool {
 
 namespace {
@@ -14,24 +12,10 @@ struct cat_options {
     std::string key;
 };
 
-const member& served_member(const package_view& view, const cat_options& options,
-                            const std::string& package_name) {
-    const member* entry = view.find(core::decode_path(options.name));
-    if (entry == nullptr) {
-        fail_input(package_name + " has no file " + options.name +
-                   ". \"morvantic list\" shows what it has; names differ by case.");
-    }
-    if (entry->kind == file_unreached) {
-        fail_input(package_name + ": The engine does not serve " + options.name +
-                   ", since it has no known ending and is not below Resources/.");
-    }
-    return *entry;
-}
-
 exit_status cat(const cat_options& options) {
     const auto [package, key] = package_and_key(options.package, options.key);
     const package_view view = open_verified(package, key);
-    const member& entry = served_member(view, options, package.name());
+    const member& entry = served_member(view, options.name, package.name());
     // Looked at as a whole first: on a failure there is no output.
     const std::string defect = view.defect(entry);
     if (!defect.empty()) {

@@ -27,6 +27,7 @@ extern const subcommand info_command;
 extern const subcommand verify_command;
 extern const subcommand list_command;
 extern const subcommand cat_command;
+extern const subcommand dump_command;
 
 // Options that several subcommands have.
 void add_package(CLI::App& command, std::string& package);

@@ -15,7 +15,8 @@ namespace {
 using namespace tool;
 
 constexpr std::array subcommands = {
-    &keygen_command, &pack_command, &info_command, &verify_command, &list_command, &cat_command,
+    &keygen_command, &pack_command, &info_command, &verify_command,
+    &list_command,   &cat_command,  &dump_command,
 };
 
 /// A standard descriptor that the caller closed would be given to the next file that is opened.

@@ -253,6 +253,20 @@ std::string archive_problem(const package_view& view) {
     return {};
 }
 
+const member& served_member(const package_view& view, const std::string& name,
+                            const std::string& package_name) {
+    const member* entry = view.find(core::decode_path(name));
+    if (entry == nullptr) {
+        fail_input(package_name + " has no file " + name +
+                   ". \"morvantic list\" shows what it has; names differ by case.");
+    }
+    if (entry->kind == file_unreached) {
+        fail_input(package_name + ": The engine does not serve " + name +
+                   ", since it has no known ending and is not below Resources/.");
+    }
+    return *entry;
+}
+
 package_view open_verified(const input_file& package, const input_file& key) {
     core::input_stream_ptr stream = package.open();
     const package::verification result = package::verify_package(*stream, key.wide_path());

@@ -106,6 +106,11 @@ nlohmann::ordered_json counts_json(const kind_counts& counts);
 /// What keeps the engine from serving all of an archive, as a sentence. Empty if nothing does.
 std::string archive_problem(const package_view& view);
 
+/// The member of this name, given as UTF-8. Throws failure if there is none or if the engine does
+/// not serve it.
+const member& served_member(const package_view& view, const std::string& name,
+                            const std::string& package_name);
+
 /// The view of a package that has passed all checks and holds an archive. Throws failure if not.
 package_view open_verified(const input_file& package, const input_file& key);
 

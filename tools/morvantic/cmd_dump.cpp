@@ -1,0 +1,224 @@
+#include "child_process.h"
+#include "commandline.h"
+#include "engine_host.h"
+#include "json_writer.h"
+#include "output.h"
+#include "package_view.h"
+#include "script_report.h"
+
+#include "core/text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tool {
+
+namespace {
+
+struct dump_options {
+    std::string package;
+    std::vector<std::string> scripts;
+    std::string key;
+    std::string app;
+    std::string platform;
+    bool json = false;
+};
+
+/// More than the engine takes for a script of this size on the slowest machine.
+unsigned processor_seconds_for(std::uint64_t size) {
+    return 5 + 5 * static_cast<unsigned>(std::min<std::uint64_t>(size >> 20, 100'000));
+}
+
+/// Collects what is to be written and counts what went wrong.
+class dump_output {
+public:
+    explicit dump_output(const dump_options& options) : m_options(options) {}
+
+    void begin(const std::string& package_name) {
+        if (!m_options.json) return;
+        m_json.begin_object();
+        m_json.key("package").text(package_name);
+        if (!m_options.app.empty()) {
+            m_json.key("app").text(m_options.app);
+            m_json.key("platform").text(m_options.platform);
+        }
+        m_json.key("scripts").begin_array();
+    }
+
+    /// In the form that the child has given it.
+    void script(const std::string& written) {
+        if (m_options.json) {
+            m_json.written(written);
+            write_output(m_json.take());
+        } else {
+            write_output((m_scripts == 0 ? "" : "\n") + written);
+        }
+        ++m_scripts;
+    }
+
+    /// A script that cannot be shown.
+    void fault(const std::string& name, const std::string& sentence) {
+        message(name, sentence);
+        if (!m_options.json) return;
+        m_json.begin_object();
+        m_json.key("name").text(name);
+        m_json.key("has_errors").boolean(true);
+        m_json.key("fault").text(sentence);
+        m_json.end_object();
+    }
+
+    void message(const std::string& name, const std::string& sentence) {
+        error_message(name + ": " + sentence);
+        m_has_faults = true;
+    }
+
+    exit_status end() {
+        if (m_options.json) {
+            m_json.end_array();
+            m_json.end_object();
+            write_output(m_json.take() + '\n');
+        } else if (m_scripts == 0 && !m_options.app.empty()) {
+            write_output("No script applies to " + output_name(m_options.app) + " on " +
+                         m_options.platform + ".\n");
+        }
+        return m_has_faults ? status_input : status_ok;
+    }
+
+private:
+    const dump_options& m_options;
+    json_writer m_json;
+    std::size_t m_scripts = 0;
+    bool m_has_faults = false;
+};
+
+std::optional<app_query> query_of(const dump_options& options) {
+    if (options.app.empty()) return {};
+    const auto* found =
+        std::find_if(std::begin(platforms), std::end(platforms),
+                     [&](const platform_name& row) { return options.platform == row.name; });
+    return app_query{options.app, *found};
+}
+
+std::string text_of(const package_view& view, const member& script) {
+    std::string text;
+    view.read(script, [&](std::span<const std::uint8_t> bytes) {
+        text.append(bytes.begin(), bytes.end());
+    });
+    return text;
+}
+
+/// The first byte says whether the engine logged an error, the rest is the report.
+void write_report(const member& script, const script_outline& outline,
+                  const std::optional<app_query>& query, bool json, const text_sink& sink) {
+    const std::optional<script_report> report = read_script(script.name, outline, query);
+    if (!report) return;
+    sink(report->has_errors() ? "!" : " ");
+    sink(json ? json_of(*report) : text_of(*report));
+}
+
+/// Why the engine must not be asked for a script at all; empty if it may be.
+std::string obstacle(const package_view& view, const member& script) {
+    const std::string defect = view.defect(script);
+    return defect.empty() ? "" : "It cannot be read: " + defect + ".";
+}
+
+void dump_script(const package_view& view, const member& script,
+                 const std::optional<app_query>& query, bool json, dump_output& output) {
+    const std::string name = script.text_name();
+    const std::string defect = obstacle(view, script);
+    if (!defect.empty()) return output.fault(name, defect);
+    const script_outline outline = read_outline(text_of(view, script));
+    if (outline.endless_comment_line != 0) {
+        return output.fault(name, "The block comment that begins in line " +
+                                      std::to_string(outline.endless_comment_line) +
+                                      " has no end. The engine would read it for ever.");
+    }
+    const unsigned seconds = processor_seconds_for(script.size);
+    const child_result result = run_in_child(
+        seconds, [&](const text_sink& sink) { write_report(script, outline, query, json, sink); });
+    if (result.out_of_time) {
+        return output.fault(name, "The engine had not read it after " + std::to_string(seconds) +
+                                      " seconds. Is a semicolon missing behind a property that "
+                                      "the engine does not know?");
+    }
+    if (!result.finished) return output.fault(name, "The engine cannot open it.");
+    if (result.output.empty()) return; // it does not apply
+    output.script(result.output.substr(1));
+    if (result.output.front() == '!') output.message(name, "The engine finds errors.");
+}
+
+std::vector<const member*> chosen(const package_view& view, const engine_host& engine,
+                                  const dump_options& options, const std::string& package_name) {
+    std::vector<const member*> scripts;
+    for (const std::string& name : options.scripts) {
+        const member& script = served_member(view, name, package_name);
+        if (script.kind != file_script) fail_input(package_name + ": " + name + " is no script.");
+        scripts.push_back(&script);
+    }
+    if (!scripts.empty()) return scripts;
+    for (const member& entry : view.members()) {
+        if (engine.script_names().contains(entry.name)) scripts.push_back(&entry);
+    }
+    return scripts;
+}
+
+exit_status dump(const dump_options& options) {
+    const auto [package, key] = package_and_key(options.package, options.key);
+    const package_view view = open_verified(package, key);
+    const engine_host engine(package, key.path());
+    const std::optional<app_query> query = query_of(options);
+
+    dump_output output(options);
+    output.begin(package.name());
+    for (const member* script : chosen(view, engine, options, package.name()))
+        dump_script(view, *script, query, options.json, output);
+    return output.end();
+}
+
+std::vector<std::string> platform_words() {
+    std::vector<std::string> words;
+    for (const platform_name& row : platforms)
+        words.emplace_back(row.name);
+    return words;
+}
+
+action define(CLI::App& command) {
+    auto options = std::make_shared<dump_options>();
+    add_package(command, options->package);
+    command.add_option("SCRIPT", options->scripts,
+                       "Scripts, as \"morvantic list\" shows them. The default\nis all.");
+    add_public_key(command, options->key);
+    auto* app = command
+                    .add_option("--app", options->app,
+                                "Show what applies to this app, by its package name.")
+                    ->type_name("NAME");
+    auto* platform = command
+                         .add_option("--platform", options->platform,
+                                     "The platform that the app runs on: Android, iOS,\n"
+                                     "WindowsPhone or Blackberry.")
+                         ->transform(CLI::IsMember(platform_words(), CLI::ignore_case))
+                         ->type_name("PLATFORM");
+    app->needs(platform);
+    platform->needs(app);
+    add_json(command, options->json);
+    add_notes(
+        command,
+        "Verifies the package and shows what the engine delivers to a host: what a script says of\n"
+        "each app and platform that it names, the Python modules and XQuery files, and each call\n"
+        "for a Script section in its order. A constant arrives as its string, an enum value as\n"
+        "its number. What the engine logs stands where it was logged.\n\n"
+        "With --app and --platform it shows the scripts that apply, and of them what a host would\n"
+        "then ask for.\n\n"
+        "Exit status 1 also if the engine finds errors in a script.\n\n"
+        "Examples:\n"
+        "  morvantic dump apps.pkg --key public.pem\n"
+        "  morvantic dump apps.pkg android/mail.sc --key public.pem --json\n"
+        "  morvantic dump apps.pkg --key public.pem --app com.example.mail --platform iOS");
+    return with_options(std::move(options), dump);
+}
+
+} // namespace
+
+const subcommand dump_command = {"dump", "Show what the engine delivers of scripts.", define};
+
+} // namespace tool

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// What a script's text holds, as far as it takes to ask the engine for the rest: the engine lists
+// neither the sections of a script nor the Python modules of a section.
+
+namespace tool {
+
+struct section_head {
+    std::string where; // its namespace
+    std::string name;
+
+    bool operator==(const section_head&) const = default;
+};
+
+struct script_outline {
+    /// The sections that the engine finds in its first pass, each once, in the order of the text.
+    std::vector<section_head> sections;
+
+    /// Words that stand in front of "= Python" in an Include section, each once. Not all of them
+    /// need be modules.
+    std::vector<std::string> modules;
+
+    /// The line of a block comment without an end, which the engine reads for ever; 0 if there is
+    /// none.
+    std::size_t endless_comment_line = 0;
+};
+
+/// Reads heads and braces by the same tokens as the engine, and stops where the engine's first
+/// pass fails.
+script_outline read_outline(std::string_view text);
+
+} // namespace tool
