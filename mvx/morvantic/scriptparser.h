@@ -169,7 +169,7 @@ private:
     std::optional<value> parse_value(std::string& called);
     std::optional<value> parse_named_value(std::string& called);
     value parse_enum(const std::string& prefix);
-    value parse_integer(const std::string& digits);
+    value parse_integer();
     value parse_string_list_value();
     string_list parse_string_list(char close, bool allow_empty);
     pair_list parse_pair_list(char close);

@@ -177,11 +177,12 @@ std::optional<CScriptParser::value> CScriptParser::parse_value(std::string& call
         next_token();
         return text_value(argument_string, token_text); // which survives a ',' or ')'
     }
-    case token_number:
-        return parse_integer(token_text);
     case '-':
         expect_next(token_number, "Expected decimal integer number after minus");
-        return parse_integer("-" + token_text);
+        token_text.insert(0, 1, '-');
+        return parse_integer();
+    case token_number:
+        return parse_integer();
     case token_bool: {
         const bool is_true = token_text == "true";
         next_token();
@@ -206,9 +207,13 @@ std::optional<CScriptParser::value> CScriptParser::parse_named_value(std::string
         if (!python_namespaces.contains(name)) {
             fail("Unknown Python namespace \"" + name + "\"");
         }
-        called = name + "::" + token_text;
+        name += "::" + token_text;
         next_token();
+    }
+    // A word that a stray byte makes of a string may have the colons too.
+    if (name.find("::") != std::string::npos) {
         expect_current('(', "Expected '(' after function declaration");
+        called = std::move(name);
         return std::nullopt;
     }
     if (analyzers.contains(name)) return text_value(argument_analyzer, std::move(name));
@@ -228,8 +233,8 @@ CScriptParser::value CScriptParser::parse_enum(const std::string& prefix) {
             core::basic_variant(core::variant_integer, static_cast<long long>(number))};
 }
 
-CScriptParser::value CScriptParser::parse_integer(const std::string& digits) {
-    const auto number = to_number<long long>(digits);
+CScriptParser::value CScriptParser::parse_integer() {
+    const auto number = to_number<long long>(token_text);
     next_token();
     return {argument_integer, core::basic_variant(core::variant_integer, number)};
 }
