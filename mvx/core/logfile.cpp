@@ -11,6 +11,7 @@
 #include <locale>
 #include <optional>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 // The file is a narrow stream: a wide one stops for ever at the first character that its locale
@@ -59,9 +60,12 @@ log_file::log_file(const std::wstring& log_path)
 
 void log_file::open_stream() {
     if (m_file.is_open()) return;
-    m_file = decltype(m_file)(open_for_append(m_log_path.native()),
-                              std::ios::out | std::ios::app | std::ios::binary);
-    if (!m_file.is_open()) throw log_failure("Failed to open log file.");
+    const int number = open_for_append(m_log_path.native());
+    m_file = decltype(m_file)(number, std::ios::out | std::ios::app | std::ios::binary);
+    if (!m_file.is_open()) {
+        if (number >= 0) ::close(number);
+        throw log_failure("Failed to open log file.");
+    }
     m_file.pubimbue(std::locale::classic()); // bytes are bytes, whatever the host's locale does
     m_stream.clear();
 }
