@@ -34,22 +34,3 @@ TEST(Include, ModulesKeepTheirOwnCursors) {
     EXPECT_EQ(include.python_dependency_next("one"), nullptr);
     EXPECT_STREQ(include.python_dependency_next("two"), "twoB.py");
 }
-
-TEST(Include, XQueryFilesInOrder) {
-    CScriptIncludeImpl include;
-    for (const char* path : {"a.xq", "b.xq"}) {
-        include.xqueries.push_back(std::make_unique<CScriptIncludeImpl::CXQuery>());
-        include.xqueries.back()->path = path;
-    }
-    for (const char* path : {"a.xq", "b.xq", static_cast<const char*>(nullptr)})
-        EXPECT_STREQ(include.xquery_next(), path);
-    include.xquery_cursor = 0;
-    EXPECT_STREQ(include.xquery_next(), "a.xq");
-}
-
-TEST(ScriptObject, FirstConstantOfANameStays) {
-    CScriptIncludeImpl::CXQuery object;
-    EXPECT_TRUE(object.add_constant("limit", "1"));
-    EXPECT_FALSE(object.add_constant("limit", "2"));
-    EXPECT_EQ(object.constants.at("limit"), "1");
-}

@@ -62,11 +62,3 @@ TEST(PlatformType, FlagsJoinAndPartAndSharingOneIsEnough) {
     EXPECT_TRUE(CPlatformType().isA(platform_none));
     EXPECT_FALSE(CPlatformType().isA(platform_ios));
 }
-
-TEST(PlatformType, NamesOfPlatformsAlone) {
-    EXPECT_EQ(CPlatformType::from_string("platform.Android"), platform_android);
-    EXPECT_EQ(CPlatformType::from_string("platform.iOS"), platform_ios);
-    EXPECT_EQ(CPlatformType::from_string("platform.WindowsPhone"), platform_windows_phone);
-    EXPECT_EQ(CPlatformType::from_string("platform.Blackberry"), platform_blackberry);
-    EXPECT_EQ(CPlatformType::from_string("plist.Array"), platform_none);
-}
