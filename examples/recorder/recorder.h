@@ -13,8 +13,10 @@
 //
 //     recorder::recording_script script(name);
 //     script.init();
+//     script.section("App", "Include"); // makes Python functions known
 //     auto* body = dynamic_cast<recorder::recording_body*>(script.section("Mail", "Script"));
-//     for (const recorder::call& made : body->calls()) std::cout << spelled(made) << '\n';
+//     if (body == nullptr) return;      // its text is faulty; asked once more, it has the calls so
+//     far for (const recorder::call& made : body->calls()) std::cout << spelled(made) << '\n';
 //
 // A script may nest calls a million deep, so nothing here recurses on values. Copies of a list
 // share it, so each level of nesting costs the same, however deep it is.
@@ -183,6 +185,13 @@ inline std::string quoted(const std::string& text) {
     return result + '"';
 }
 
+/// The text as it stands if it is a plain word, name or path, else in double quotes.
+inline std::string word(const std::string& text) {
+    constexpr char plain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.-/:";
+    const bool is_plain = !text.empty() && text.find_first_not_of(plain) == std::string::npos;
+    return is_plain ? text : quoted(text);
+}
+
 /// A value as a script has it, but for constants, which arrive as their strings, and enum values,
 /// which arrive as their numbers. Of a call the name alone.
 inline std::string spelled(const value& item) {
@@ -201,7 +210,7 @@ inline std::string spelled(const value& item) {
     }
     case value_analyzer:
     case value_call:
-        return item.text;
+        return word(item.text);
     default:
         return {};
     }
@@ -211,21 +220,23 @@ inline std::string spelled(const value& item) {
 inline std::string spelled(const value_list& list) {
     struct speller {
         std::string text = "(";
+        bool is_first = true; // of its list
 
         void leaf(const value& item) {
-            separate();
+            if (!is_first) text += ", ";
+            is_first = false;
             text += spelled(item);
         }
 
         void call_begin(const value& item) {
             leaf(item);
             text += '(';
+            is_first = true;
         }
 
-        void call_end() { text += ')'; }
-
-        void separate() {
-            if (text.back() != '(') text += ", ";
+        void call_end() {
+            text += ')';
+            is_first = false;
         }
     } spelling;
 
@@ -233,29 +244,37 @@ inline std::string spelled(const value_list& list) {
     return spelling.text + ')';
 }
 
-/// Receives one value.
-class recorded_value : public engine::CScriptArgumentCallbackOf<recorded_value> {
+/// Receives one value. Its clones share what it has received.
+class recorded_value final : public engine::CScriptArgumentCallbackOf<recorded_value> {
 public:
-    void set_int(long long number) override { m_value = {value_int, number}; }
+    void set_int(long long number) override { keep({value_int, number}); }
 
-    void set_bool(bool is_true) override { m_value = {value_bool, is_true ? 1 : 0}; }
+    void set_bool(bool is_true) override { keep({value_bool, is_true ? 1 : 0}); }
 
-    void set_string(const char* text) override { m_value = {value_text, 0, text}; }
+    void set_string(const char* text) override { keep({value_text, 0, text}); }
 
-    void set_function(const char* name) override { m_value = {value_call, 0, name}; }
+    void set_function(const char* name) override { keep({value_call, 0, name}); }
 
-    void set_analyzer(const char* name) override { m_value = {value_analyzer, 0, name}; }
+    void set_analyzer(const char* name) override { keep({value_analyzer, 0, name}); }
 
-    void list_begin() override { m_value = {value_texts}; }
+    void list_begin() override { m_texts.clear(); }
 
-    void list_add(const char* text) override { m_value.texts.emplace_back(text); }
+    void list_add(const char* text) override { m_texts.emplace_back(text); }
+
+    void list_end() override { keep({value_texts, 0, {}, std::move(m_texts)}); }
 
     void set_arguments(engine::CScriptArguments* arguments) override;
 
-    const value& get() const noexcept { return m_value; }
+    const value& get() const {
+        static const value nothing;
+        return m_value ? *m_value : nothing;
+    }
 
 private:
-    value m_value;
+    void keep(value received) { m_value = std::make_shared<const value>(std::move(received)); }
+
+    std::shared_ptr<const value> m_value;
+    std::vector<std::string> m_texts; // of a list that has not ended
 };
 
 /// Copies a list of the engine, in which a call and its arguments stand side by side. All of its
@@ -276,7 +295,7 @@ inline value_list recorded(engine::CScriptArguments& arguments) {
 }
 
 inline void recorded_value::set_arguments(engine::CScriptArguments* arguments) {
-    m_value = {value_arguments, 0, {}, {}, recorded(*arguments)};
+    keep({value_arguments, 0, {}, {}, recorded(*arguments)});
 }
 
 enum call_kind : unsigned char {
@@ -289,7 +308,7 @@ enum call_kind : unsigned char {
 
 /// One call of the engine to a CScriptBody.
 struct call {
-    call_kind kind;
+    call_kind kind = call_object_begin;
     std::string name{}; // of the object, perhaps empty; of a property its key
     std::string text{}; // of a property its value, perhaps empty
     engine::EObjectType object_type = engine::object_unknown;
@@ -303,6 +322,8 @@ inline bool operator==(const call& left, const call& right) {
            left.arguments == right.arguments;
 }
 
+inline bool operator!=(const call& left, const call& right) { return !(left == right); }
+
 /// A call as one line:
 ///
 ///     begin mails = SqliteAnalyzer(36, "mail.db")
@@ -313,10 +334,10 @@ inline bool operator==(const call& left, const call& right) {
 inline std::string spelled(const call& made) {
     switch (made.kind) {
     case call_object_begin:
-        return "begin " + (made.name.empty() ? "" : made.name + " = ") +
+        return "begin " + (made.name.empty() ? "" : word(made.name) + " = ") +
                engine::CObjectValue::get_obj_name(made.object_type) + spelled(made.arguments);
     case call_object_property:
-        return "property " + quoted(made.name) + (made.text.empty() ? "" : " " + made.text);
+        return "property " + quoted(made.name) + (made.text.empty() ? "" : " " + word(made.text));
     case call_object_function:
         return std::string("call ") + engine::CFunctionValue::get_func_name(made.function_type) +
                spelled(made.arguments);
@@ -363,13 +384,14 @@ private:
     std::vector<call> m_calls;
 };
 
-/// A script whose Script sections are recording bodies.
+/// A script whose Script sections are recording bodies. Every argument has to hold a
+/// recorded_value, so create_argument is not to be overridden.
 class recording_script : public engine::CScript {
 public:
     using CScript::CScript;
 
 protected:
-    engine::CScriptArgument create_argument() override {
+    engine::CScriptArgument create_argument() final {
         return engine::CScriptArgument(&engine::CScriptArgument::delete_callback,
                                        new recorded_value);
     }

@@ -69,6 +69,6 @@ TEST(Outline, ListsWhatMayBeAModule) {
         tool::read_outline("::App::Include::{ a = Python {} /* b = Python */ \"c = Python\" \n"
                            "XQuery { d = Python; } a = /**/ Python {} = Python \"e\" = Python }\n"
                            "::a::Script::{ f = Python } /* open");
-    EXPECT_EQ(outline.modules, (std::vector<std::string>{"a", "d"}));
+    EXPECT_EQ(outline.modules, (std::vector<std::string>{"a", "d", "f"}));
     EXPECT_EQ(outline.endless_comment_line, 3U);
 }

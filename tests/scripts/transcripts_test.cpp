@@ -81,10 +81,11 @@ std::vector<transcript_case> all_cases() {
 class Transcripts : public testing::TestWithParam<transcript_case> {};
 
 TEST_P(Transcripts, AreWhatTheEngineDelivers) {
+    constexpr unsigned never = 1000; // seconds
     const std::wstring name(GetParam().script.begin(), GetParam().script.end());
     support::installed_scripts scripts({{name, GetParam().text}});
     const tool::script_outline outline = tool::read_outline(GetParam().text);
-    const std::optional<tool::script_report> report = tool::read_script(name, outline, {});
+    const std::optional<tool::script_report> report = tool::read_script(name, outline, {}, never);
     ASSERT_TRUE(report);
     EXPECT_EQ(tool::text_of(*report), GetParam().transcript);
 }

@@ -69,7 +69,7 @@ TEST_F(Dump, QueryShowsWhatAHostWouldAskFor) {
     EXPECT_NE(android.out.find("    mail on Android: B, C\n"), std::string::npos);
     EXPECT_NE(android.out.find("  ::B::Script::\n    begin x = ZipAnalyzer"), std::string::npos)
         << "the warnings about it stand inside";
-    EXPECT_NE(android.out.find("  ::C::Script:: cannot be read\n    log Info: Parser warning("),
+    EXPECT_NE(android.out.find("  ::C::Script:: is not there\n    log Info: Parser warning("),
               std::string::npos)
         << android.out;
     EXPECT_EQ(android.out.find("::A::"), std::string::npos);
@@ -90,7 +90,7 @@ TEST_F(Dump, OneScriptThatCannotBeReadLeavesTheOthers) {
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.out, "d.sc\n  ::a::b:: is of no kind that the engine reads\n");
     for (const char* words :
-         {"a.sc: The engine had not read it",
+         {"a.sc: The engine had not come to an end",
           "b.sc: The block comment that begins in line 2 has no end", "c.sc: It cannot be read"})
         EXPECT_NE(result.err.find(words), std::string::npos) << words << "\n" << result.err;
     EXPECT_EQ(dump({"d.sc"}).status, 0);

@@ -9,6 +9,10 @@
 #include "core/text.h"
 
 #include <algorithm>
+#include <cstring>
+#include <new>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 namespace tool {
@@ -19,14 +23,14 @@ struct dump_options {
     std::string package;
     std::vector<std::string> scripts;
     std::string key;
-    std::string app;
+    std::optional<std::string> app;
     std::string platform;
     bool json = false;
 };
 
-/// More than the engine takes for a script of this size on the slowest machine.
+/// Far more than the engine takes for one step in a script of this size, if it ever ends.
 unsigned processor_seconds_for(std::uint64_t size) {
-    return 5 + 5 * static_cast<unsigned>(std::min<std::uint64_t>(size >> 20, 100'000));
+    return 5 + 2 * static_cast<unsigned>(std::min<std::uint64_t>(size >> 20, 100'000));
 }
 
 /// Collects what is to be written and counts what went wrong.
@@ -38,21 +42,22 @@ public:
         if (!m_options.json) return;
         m_json.begin_object();
         m_json.key("package").text(package_name);
-        if (!m_options.app.empty()) {
-            m_json.key("app").text(m_options.app);
+        if (m_options.app) {
+            m_json.key("app").text(*m_options.app);
             m_json.key("platform").text(m_options.platform);
         }
         m_json.key("scripts").begin_array();
     }
 
     /// In the form that the child has given it.
-    void script(const std::string& written) {
+    void script(std::string_view written) {
         if (m_options.json) {
-            m_json.written(written);
+            m_json.written("");
             write_output(m_json.take());
-        } else {
-            write_output((m_scripts == 0 ? "" : "\n") + written);
+        } else if (m_scripts != 0) {
+            write_output("\n");
         }
+        write_output(written);
         ++m_scripts;
     }
 
@@ -64,6 +69,10 @@ public:
         m_json.key("name").text(name);
         m_json.key("has_errors").boolean(true);
         m_json.key("fault").text(sentence);
+        for (const char* nothing : {"messages", "sections"}) {
+            m_json.key(nothing).begin_array();
+            m_json.end_array();
+        }
         m_json.end_object();
     }
 
@@ -77,8 +86,8 @@ public:
             m_json.end_array();
             m_json.end_object();
             write_output(m_json.take() + '\n');
-        } else if (m_scripts == 0 && !m_options.app.empty()) {
-            write_output("No script applies to " + output_name(m_options.app) + " on " +
+        } else if (m_options.app && m_scripts == 0 && !m_has_faults) {
+            write_output("No script applies to " + printable(*m_options.app) + " on " +
                          m_options.platform + ".\n");
         }
         return m_has_faults ? status_input : status_ok;
@@ -92,59 +101,98 @@ private:
 };
 
 std::optional<app_query> query_of(const dump_options& options) {
-    if (options.app.empty()) return {};
+    if (!options.app) return {};
     const auto* found =
         std::find_if(std::begin(platforms), std::end(platforms),
                      [&](const platform_name& row) { return options.platform == row.name; });
-    return app_query{options.app, *found};
+    return app_query{*options.app, *found};
 }
 
-std::string text_of(const package_view& view, const member& script) {
-    std::string text;
-    view.read(script, [&](std::span<const std::uint8_t> bytes) {
-        text.append(bytes.begin(), bytes.end());
-    });
-    return text;
+/// How a child's output begins; the report or a sentence follows.
+enum child_word : char {
+    word_sound = ' ',
+    word_errors = '!', // the engine finds some
+    word_fault = '?',  // the script cannot be shown
+    word_failure = '#' // nor any other
+};
+
+void send(const text_sink& sink, child_word word, std::string_view text) {
+    const char first = word;
+    sink({&first, 1});
+    sink(text);
 }
 
-/// The first byte says whether the engine logged an error, the rest is the report.
-void write_report(const member& script, const script_outline& outline,
+void write_report(const member& script, const std::string& text,
                   const std::optional<app_query>& query, bool json, const text_sink& sink) {
-    const std::optional<script_report> report = read_script(script.name, outline, query);
+    const script_outline outline = read_outline(text);
+    if (outline.endless_comment_line != 0) {
+        return send(sink, word_fault,
+                    "The block comment that begins in line " +
+                        std::to_string(outline.endless_comment_line) +
+                        " has no end. The engine would read it for ever.");
+    }
+    const std::optional<script_report> report =
+        read_script(script.name, outline, query, processor_seconds_for(script.size));
     if (!report) return;
-    sink(report->has_errors() ? "!" : " ");
-    sink(json ? json_of(*report) : text_of(*report));
+    send(sink, report->has_errors() ? word_errors : word_sound,
+         json ? json_of(*report) : text_of(*report));
 }
 
-/// Why the engine must not be asked for a script at all; empty if it may be.
-std::string obstacle(const package_view& view, const member& script) {
-    const std::string defect = view.defect(script);
-    return defect.empty() ? "" : "It cannot be read: " + defect + ".";
+/// In a process of its own, since the engine reads some texts without end.
+child_result read_in_child(const member& script, const std::string& text,
+                           const std::optional<app_query>& query, bool json) {
+    return run_in_child([&](const text_sink& sink) {
+        try {
+            write_report(script, text, query, json, sink);
+        } catch (const std::bad_alloc&) {
+            send(sink, word_failure,
+                 "There is not enough memory to read " + script.text_name() + '.');
+        } catch (const std::system_error& error) {
+            send(sink, word_failure, script.text_name() + " cannot be read: " + error.what() + '.');
+        } catch (const std::exception& error) {
+            send(sink, word_fault, std::string("The engine cannot open it: ") + error.what());
+        }
+    });
+}
+
+void show(const std::string& name, std::string_view output, dump_output& shown) {
+    const std::string_view rest = output.substr(1);
+    switch (output.front()) {
+    case word_errors:
+        shown.script(rest);
+        return shown.message(name, "The engine finds errors.");
+    case word_fault:
+        return shown.fault(name, std::string(rest));
+    case word_failure:
+        fail_call(std::string(rest));
+    default:
+        return shown.script(rest);
+    }
 }
 
 void dump_script(const package_view& view, const member& script,
-                 const std::optional<app_query>& query, bool json, dump_output& output) {
+                 const std::optional<app_query>& query, bool json, dump_output& shown) {
     const std::string name = script.text_name();
-    const std::string defect = obstacle(view, script);
-    if (!defect.empty()) return output.fault(name, defect);
-    const script_outline outline = read_outline(text_of(view, script));
-    if (outline.endless_comment_line != 0) {
-        return output.fault(name, "The block comment that begins in line " +
-                                      std::to_string(outline.endless_comment_line) +
-                                      " has no end. The engine would read it for ever.");
-    }
-    const unsigned seconds = processor_seconds_for(script.size);
-    const child_result result = run_in_child(
-        seconds, [&](const text_sink& sink) { write_report(script, outline, query, json, sink); });
+    std::string text;
+    const std::string defect = view.defect(script, [&](std::span<const std::uint8_t> bytes) {
+        text.append(bytes.begin(), bytes.end());
+    });
+    if (!defect.empty()) return shown.fault(name, "It cannot be read: " + defect + ".");
+
+    const child_result result = read_in_child(script, text, query, json);
     if (result.out_of_time) {
-        return output.fault(name, "The engine had not read it after " + std::to_string(seconds) +
-                                      " seconds. Is a semicolon missing behind a property that "
-                                      "the engine does not know?");
+        const std::string seconds = std::to_string(processor_seconds_for(script.size));
+        return shown.fault(name, "The engine had not come to an end of one of its sections after " +
+                                     seconds +
+                                     " seconds. Is a semicolon missing behind a property that "
+                                     "it does not know?");
     }
-    if (!result.finished) return output.fault(name, "The engine cannot open it.");
-    if (result.output.empty()) return; // it does not apply
-    output.script(result.output.substr(1));
-    if (result.output.front() == '!') output.message(name, "The engine finds errors.");
+    if (result.signal != 0) {
+        return shown.fault(name, std::string("Reading it ended by the signal \"") +
+                                     strsignal(result.signal) + "\".");
+    }
+    if (!result.finished) fail_call(name + " cannot be read: The process for it failed.");
+    if (!result.output.empty()) show(name, result.output, shown); // or it does not apply
 }
 
 std::vector<const member*> chosen(const package_view& view, const engine_host& engine,
@@ -153,7 +201,9 @@ std::vector<const member*> chosen(const package_view& view, const engine_host& e
     for (const std::string& name : options.scripts) {
         const member& script = served_member(view, name, package_name);
         if (script.kind != file_script) fail_input(package_name + ": " + name + " is no script.");
-        scripts.push_back(&script);
+        if (std::find(scripts.begin(), scripts.end(), &script) == scripts.end()) {
+            scripts.push_back(&script);
+        }
     }
     if (!scripts.empty()) return scripts;
     for (const member& entry : view.members()) {
@@ -204,9 +254,10 @@ action define(CLI::App& command) {
     add_notes(
         command,
         "Verifies the package and shows what the engine delivers to a host: what a script says of\n"
-        "each app and platform that it names, the Python modules and XQuery files, and each call\n"
-        "for a Script section in its order. A constant arrives as its string, an enum value as\n"
-        "its number. What the engine logs stands where it was logged.\n\n"
+        "each app and platform that it names (the first record that fits counts), the Python\n"
+        "modules and XQuery files, and each call for a Script section in its order. A constant\n"
+        "arrives as its string, an enum value as its number. In the text, what the engine logs\n"
+        "stands where it was logged.\n\n"
         "With --app and --platform it shows the scripts that apply, and of them what a host would\n"
         "then ask for.\n\n"
         "Exit status 1 also if the engine finds errors in a script.\n\n"

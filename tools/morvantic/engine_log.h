@@ -27,9 +27,12 @@ public:
     /// each level that it passes, is left out.
     std::vector<log_message> take_new();
 
+    /// Throws std::system_error if what the engine logs does not arrive, as on a full disk.
+    void check() const;
+
 private:
     descriptor m_file;
-    std::string m_last_text;
+    std::string m_last_error; // empty if something else was said last
 };
 
 } // namespace tool

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <set>
+#include <utility>
 
 // Tokens are the engine's, its odd ones included: a byte from 0x80 on is negative, 0xFF is the end
 // of the text, and the four below it are kinds of words. A lone slash is reported to whoever asks
@@ -24,11 +26,6 @@ constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnop
 constexpr std::string_view word_parts =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_0123456789";
 
-/// The text ends inside of a string or a block comment.
-struct text_broken_off {
-    std::size_t endless_comment; // its offset, or npos
-};
-
 class token_reader {
 public:
     explicit token_reader(std::string_view text) : m_text(text) {}
@@ -39,6 +36,9 @@ public:
 
     /// Of the last word, string or number.
     std::string_view text() const noexcept { return m_token_text; }
+
+    /// Where a block comment begins that has no end; npos if none does.
+    std::size_t endless_comment() const noexcept { return m_endless_comment; }
 
 private:
     bool at_end() const noexcept { return m_pos >= m_text.size() || m_text[m_pos] == '\xFF'; }
@@ -51,6 +51,7 @@ private:
     std::string_view m_token_text;
     std::size_t m_pos = 0;
     std::int32_t m_current = 0;
+    std::size_t m_endless_comment = std::string_view::npos;
 };
 
 std::int32_t token_reader::next() {
@@ -69,7 +70,8 @@ std::int32_t token_reader::next() {
         if (first == '"') {
             const std::size_t length = m_text.substr(m_pos).find_first_of("\"\xFF");
             if (length == std::string_view::npos || m_text[m_pos + length] != '"') {
-                throw text_broken_off{std::string_view::npos};
+                m_pos = m_text.size();
+                return m_current = token_end;
             }
             take(m_text.substr(m_pos, length), token_string);
             ++m_pos;
@@ -90,8 +92,8 @@ bool token_reader::skip_comment() {
     }
     if (second != '*') return false;
     const std::size_t end = m_text.find("*/", m_pos + 1);
-    if (end == std::string_view::npos) throw text_broken_off{m_pos - 1};
-    m_pos = end + 2;
+    if (end == std::string_view::npos) m_endless_comment = m_pos - 1;
+    m_pos = end == std::string_view::npos ? m_text.size() : end + 2;
     return true;
 }
 
@@ -104,11 +106,6 @@ std::int32_t token_reader::take(std::string_view token_text, std::int32_t kind) 
 std::string_view token_reader::run_of(std::string_view characters) const {
     const std::string_view rest = m_text.substr(m_pos);
     return rest.substr(0, rest.find_first_not_of(characters));
-}
-
-template <class Item>
-void add_once(std::vector<Item>& items, const Item& item) {
-    if (std::find(items.begin(), items.end(), item) == items.end()) items.push_back(item);
 }
 
 /// ::App::Header::{ from the first colon on; false if it is none.
@@ -124,48 +121,61 @@ bool read_head(token_reader& tokens, section_head& head) {
     return true;
 }
 
-/// Goes behind the section's closing brace, and collects words in front of "= Python" on the way;
-/// false if there is no such brace.
-bool read_body(token_reader& tokens, std::vector<std::string>& modules) {
-    std::string word; // the token before, or the one before an equals sign
-    bool is_assigned = false;
+/// Goes behind the section's closing brace; false if there is none.
+bool read_body(token_reader& tokens) {
     for (std::uint64_t depth = 1; depth > 0;) {
-        const std::int32_t kind = tokens.next();
-        if (kind == token_end) return false;
+        if (tokens.next() == token_end) return false;
         if (tokens.current() == '{') ++depth;
         if (tokens.current() == '}') --depth;
-        if (kind == token_word) {
-            if (is_assigned && tokens.text() == "Python") add_once(modules, word);
-            word = tokens.text();
-        }
-        is_assigned = kind == '=' && !word.empty();
-        if (kind != token_word && kind != '=') word.clear();
     }
     return true;
+}
+
+std::vector<section_head> read_sections(token_reader& tokens) {
+    std::vector<section_head> sections;
+    std::set<section_head> known;
+    while (tokens.next() != token_end) {
+        section_head head;
+        if (!read_head(tokens, head) || !read_body(tokens)) break;
+        if (known.insert(head).second) sections.push_back(std::move(head));
+    }
+    return sections;
+}
+
+/// A property without its semicolon may take the engine anywhere behind it, so all of the text
+/// counts.
+std::vector<std::string> read_modules(token_reader tokens) {
+    std::vector<std::string> modules;
+    std::set<std::string> known;
+    std::string word; // the token before, or the one before an equals sign
+    bool is_assigned = false;
+    while (tokens.next() != token_end) {
+        const bool is_word = tokens.current() == token_word;
+        if (is_word && is_assigned && tokens.text() == "Python" && known.insert(word).second) {
+            modules.push_back(word);
+        }
+        is_assigned = tokens.current() == '=' && !word.empty() && !is_assigned;
+        if (is_word) {
+            word = tokens.text();
+        } else if (!is_assigned) {
+            word.clear();
+        }
+    }
+    return modules;
 }
 
 } // namespace
 
 script_outline read_outline(std::string_view text) {
     script_outline outline;
-    token_reader tokens(text);
-    try {
-        while (tokens.next() != token_end) {
-            section_head head;
-            std::vector<std::string> modules;
-            if (!read_head(tokens, head) || !read_body(tokens, modules)) break;
-            add_once(outline.sections, head);
-            if (head.name != "Include") continue;
-            for (const std::string& module : modules)
-                add_once(outline.modules, module);
-        }
-    } catch (const text_broken_off& end) {
-        if (end.endless_comment != std::string_view::npos) {
-            const std::string_view before = text.substr(0, end.endless_comment);
-            outline.endless_comment_line =
-                1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
-        }
+    token_reader first_pass(text);
+    outline.sections = read_sections(first_pass);
+    if (first_pass.endless_comment() != std::string_view::npos) {
+        const std::string_view before = text.substr(0, first_pass.endless_comment());
+        outline.endless_comment_line =
+            1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
     }
+    outline.modules = read_modules(token_reader(text));
     return outline;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -14,19 +15,19 @@ struct section_head {
     std::string where; // its namespace
     std::string name;
 
-    bool operator==(const section_head&) const = default;
+    auto operator<=>(const section_head&) const = default;
 };
 
 struct script_outline {
     /// The sections that the engine finds in its first pass, each once, in the order of the text.
     std::vector<section_head> sections;
 
-    /// Words that stand in front of "= Python" in an Include section, each once. Not all of them
-    /// need be modules.
+    /// Words that stand in front of "= Python" anywhere, each once. Not all of them need be
+    /// modules.
     std::vector<std::string> modules;
 
-    /// The line of a block comment without an end, which the engine reads for ever; 0 if there is
-    /// none.
+    /// The line of a block comment without an end, which keeps the engine's first pass from ever
+    /// ending; 0 if there is none.
     std::size_t endless_comment_line = 0;
 };
 

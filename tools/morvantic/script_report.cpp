@@ -1,11 +1,13 @@
 #include "script_report.h"
 
+#include "child_process.h"
 #include "json_writer.h"
 #include "output.h"
 
 #include "core/text.h"
 
 #include <algorithm>
+#include <set>
 
 namespace tool {
 
@@ -39,11 +41,18 @@ private:
 
 class reporting_script : public recorder::recording_script {
 public:
-    reporting_script(const wchar_t* name, engine_log& log) : recording_script(name), m_log(log) {}
+    reporting_script(const wchar_t* name, engine_log& log, unsigned processor_seconds)
+        : recording_script(name), m_log(log), m_processor_seconds(processor_seconds) {}
+
+    void read_outline() {
+        const processor_limit limit(m_processor_seconds);
+        init();
+    }
 
     /// Null if the section cannot be read.
     engine::CScriptSection* read(section_report& report) {
         m_entries = &report.entries;
+        const processor_limit limit(m_processor_seconds);
         engine::CScriptSection* read = section(report.head.where.c_str(), report.head.name.c_str());
         note_messages(m_log, report.entries);
         report.is_delivered = read != nullptr;
@@ -58,6 +67,7 @@ protected:
 
 private:
     engine_log& m_log;
+    unsigned m_processor_seconds;                   // for each step
     std::vector<report_entry>* m_entries = nullptr; // of the section that is being read
 };
 
@@ -78,9 +88,10 @@ std::optional<app_answer> ask(CScriptHeader& header, const std::string& app,
 
 std::vector<app_answer> ask_for_all(CScriptHeader& header) {
     std::vector<std::string> apps;
+    std::set<std::string> known;
     header.packageNames_reset();
     while (const char* app = header.packageNames_next()) {
-        if (std::find(apps.begin(), apps.end(), app) == apps.end()) apps.emplace_back(app);
+        if (known.insert(app).second) apps.emplace_back(app);
     }
     std::vector<app_answer> answers;
     for (const std::string& app : apps) {
@@ -126,13 +137,13 @@ bool is_header(const section_head& head) { return head == section_head{"App", "H
 class script_reader {
 public:
     script_reader(const std::wstring& name, const script_outline& outline,
-                  const std::optional<app_query>& query)
-        : m_outline(outline), m_query(query), m_script(name.c_str(), m_log) {
+                  const std::optional<app_query>& query, unsigned processor_seconds)
+        : m_outline(outline), m_query(query), m_script(name.c_str(), m_log, processor_seconds) {
         m_report.name = core::encode_lossy(name);
     }
 
     std::optional<script_report> read() {
-        m_script.init();
+        m_script.read_outline();
         m_report.messages = m_log.take_new();
         if (!read_header()) return {};
         for (const section_head& head : m_outline.sections) {
@@ -143,6 +154,7 @@ public:
         } else {
             read_the_others();
         }
+        m_log.check();
         return std::move(m_report);
     }
 
@@ -150,7 +162,6 @@ private:
     section_report& add(const section_head& head) {
         section_report& report = m_report.sections.emplace_back();
         report.head = head;
-        report.is_read = true;
         return report;
     }
 
@@ -178,11 +189,17 @@ private:
     }
 
     void read_scripts_of_the_query() {
-        if (m_report.sections.empty() || m_report.sections.front().apps.empty()) return;
-        // A copy: adding a section moves the others.
-        const std::vector<std::string> names = m_report.sections.front().apps.front().namespaces;
-        for (const std::string& where : names)
-            m_script.read(add({where, "Script"}));
+        if (m_report.sections.empty()) return;
+        const std::vector<app_answer>& answers = m_report.sections.front().apps;
+        if (answers.empty()) return;
+        const auto& heads = m_outline.sections;
+        std::set<std::string> known;
+        for (const std::string& where : answers.front().namespaces) {
+            if (!known.insert(where).second) continue;
+            section_report& report = add({where, "Script"});
+            report.is_there = std::find(heads.begin(), heads.end(), report.head) != heads.end();
+            m_script.read(report);
+        }
     }
 
     void read_the_others() {
@@ -206,11 +223,20 @@ private:
 std::string joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words)
-        text += (text.empty() ? "" : ", ") + word;
+        text += (text.empty() ? "" : ", ") + recorder::word(word);
     return text;
 }
 
-std::string path_words(const std::string& path) { return path.empty() ? "(no path)" : path; }
+std::string path_words(const std::string& path) {
+    return path.empty() ? "(no path)" : recorder::word(path);
+}
+
+std::string title_of(const section_report& report) {
+    const std::string head = "::" + report.head.where + "::" + report.head.name + "::";
+    if (!report.is_there) return head + " is not there";
+    if (!report.is_read) return head + " is of no kind that the engine reads";
+    return report.is_delivered ? head : head + " cannot be read";
+}
 
 class text_writer {
 public:
@@ -229,15 +255,14 @@ public:
     }
 
     void section(const section_report& report) {
-        const std::string head = "::" + report.head.where + "::" + report.head.name + "::";
-        if (!report.is_read) return line(1, head + " is of no kind that the engine reads");
-        line(1, report.is_delivered ? head : head + " cannot be read");
+        line(1, title_of(report));
         for (const app_answer& answer : report.apps)
             app(answer);
         for (const python_module& module : report.modules) {
             const std::string needs =
                 module.dependencies.empty() ? "" : ", needs " + joined(module.dependencies);
-            line(2, "Python " + module.name + " = " + path_words(module.path) + needs);
+            line(2,
+                 "Python " + recorder::word(module.name) + " = " + path_words(module.path) + needs);
         }
         for (const std::string& path : report.xqueries)
             line(2, "XQuery " + path_words(path));
@@ -248,7 +273,7 @@ public:
 
 private:
     void app(const app_answer& answer) {
-        std::string text = answer.app + " on ";
+        std::string text = recorder::word(answer.app) + " on ";
         for (const char* platform : answer.on)
             text += (platform == answer.on.front() ? "" : ", ") + std::string(platform);
         text += ": " + (answer.namespaces.empty() ? "no namespaces" : joined(answer.namespaces));
@@ -345,11 +370,11 @@ private:
         } else if (report.is_read) {
             statements(report.entries);
         }
-        std::vector<log_message> said;
+        m_json.key("messages").begin_array();
         for (const report_entry& entry : report.entries) {
-            if (const auto* message = std::get_if<log_message>(&entry)) said.push_back(*message);
+            if (const auto* said = std::get_if<log_message>(&entry)) message(*said);
         }
-        messages(said);
+        m_json.end_array();
         m_json.end_object();
     }
 
@@ -390,10 +415,7 @@ private:
 
     void call(const recorder::call& made) {
         if (made.kind == recorder::call_object_property) return property(made);
-        if (std::exchange(m_in_properties, false)) {
-            m_json.end_array();
-            m_json.key("statements").begin_array();
-        }
+        end_properties();
         switch (made.kind) {
         case recorder::call_object_begin:
             return begin_object(made);
@@ -413,11 +435,18 @@ private:
         m_in_object = m_in_properties = true;
     }
 
+    void end_properties() {
+        if (!std::exchange(m_in_properties, false)) return;
+        m_json.end_array();
+        m_json.key("statements").begin_array();
+    }
+
     void end_object(bool ended) {
+        end_properties();
         m_json.end_array();
         m_json.key("ended").boolean(ended);
         m_json.end_object();
-        m_in_object = m_in_properties = false;
+        m_in_object = false;
     }
 
     void property(const recorder::call& made) {
@@ -451,13 +480,16 @@ private:
 
     void messages(const std::vector<log_message>& messages) {
         m_json.key("messages").begin_array();
-        for (const log_message& message : messages) {
-            m_json.begin_object();
-            m_json.key("level").text(message.level);
-            m_json.key("text").text(message.text);
-            m_json.end_object();
-        }
+        for (const log_message& said : messages)
+            message(said);
         m_json.end_array();
+    }
+
+    void message(const log_message& said) {
+        m_json.begin_object();
+        m_json.key("level").text(said.level);
+        m_json.key("text").text(said.text);
+        m_json.end_object();
     }
 
     json_writer& m_json;
@@ -472,6 +504,7 @@ bool is_error(const log_message& message) { return message.level == "ERROR"; }
 bool script_report::has_errors() const {
     if (std::any_of(messages.begin(), messages.end(), is_error)) return true;
     return std::any_of(sections.begin(), sections.end(), [](const section_report& section) {
+        if (section.is_there && section.is_read && !section.is_delivered) return true;
         return std::any_of(section.entries.begin(), section.entries.end(),
                            [](const report_entry& entry) {
                                const auto* message = std::get_if<log_message>(&entry);
@@ -481,8 +514,9 @@ bool script_report::has_errors() const {
 }
 
 std::optional<script_report> read_script(const std::wstring& name, const script_outline& outline,
-                                         const std::optional<app_query>& query) {
-    return script_reader(name, outline, query).read();
+                                         const std::optional<app_query>& query,
+                                         unsigned processor_seconds) {
+    return script_reader(name, outline, query, processor_seconds).read();
 }
 
 std::string text_of(const script_report& report) {

@@ -3,6 +3,7 @@
 #include "engine_log.h"
 #include "outline.h"
 
+#include <deque>
 #include <morvantic/morvantic.h>
 #include <optional>
 #include <recorder.h>
@@ -49,7 +50,8 @@ using report_entry = std::variant<recorder::call, log_message>;
 
 struct section_report {
     section_head head;
-    bool is_read = false;               // the section is of a kind that the engine reads
+    bool is_there = true;               // the text has it
+    bool is_read = true;                // it is of a kind that the engine reads
     bool is_delivered = false;          // the engine gave it out, read to its end
     std::vector<report_entry> entries;  // calls and messages in the order in which they came
     std::vector<app_answer> apps;       // of a Header section
@@ -59,10 +61,10 @@ struct section_report {
 
 struct script_report {
     std::string name;
-    std::vector<log_message> messages; // about the script as a whole
-    std::vector<section_report> sections;
+    std::vector<log_message> messages;   // about the script as a whole
+    std::deque<section_report> sections; // none moves when another one comes
 
-    /// Whether the engine logged an error.
+    /// Whether the engine logged an error, or did not deliver a section that is there.
     bool has_errors() const;
 };
 
@@ -70,8 +72,12 @@ struct script_report {
 /// sections in the order of the text. With a query it asks as a host does that wants to know what
 /// applies: only for the Script sections of the record that fits, and gives nothing if none does,
 /// or if there is no Header section. One that cannot be read is reported all the same.
+///
+/// No step of the engine may take longer than `processor_seconds`: the process ends then. Throws
+/// std::system_error if there is no log, and what opening the script throws.
 std::optional<script_report> read_script(const std::wstring& name, const script_outline& outline,
-                                         const std::optional<app_query>& query);
+                                         const std::optional<app_query>& query,
+                                         unsigned processor_seconds);
 
 /// Each line indented by two blanks for each level, and printable.
 std::string text_of(const script_report& report);

@@ -1,5 +1,7 @@
 #include "temporary_file.h"
 
+#include "signals.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -18,8 +20,6 @@ namespace {
 
 using signal_action = struct sigaction;
 
-constexpr std::array<int, 3> ending_signals = {SIGINT, SIGTERM, SIGHUP};
-
 /// The path for the signal handler, empty if there is nothing to remove. Written with the signals
 /// blocked.
 constinit std::array<char, PATH_MAX> path_to_remove{};
@@ -28,26 +28,6 @@ void remove_and_end(int signal) {
     if (path_to_remove[0] != '\0') unlink(path_to_remove.data());
     raise(signal); // with the default effect, once the handler is left
 }
-
-/// Keeps the ending signals waiting for the length of a scope.
-class signals_blocked {
-public:
-    signals_blocked() {
-        sigset_t set;
-        sigemptyset(&set);
-        for (const int signal : ending_signals)
-            sigaddset(&set, signal);
-        sigprocmask(SIG_BLOCK, &set, &m_before);
-    }
-
-    signals_blocked(const signals_blocked&) = delete;
-    signals_blocked& operator=(const signals_blocked&) = delete;
-
-    ~signals_blocked() { sigprocmask(SIG_SETMASK, &m_before, nullptr); }
-
-private:
-    sigset_t m_before;
-};
 
 /// A signal that the caller of the process had ignored stays ignored.
 void install_handlers() {
