@@ -70,6 +70,24 @@ int open_for_append(const std::string& path) noexcept {
     return open_descriptor(path, O_WRONLY | O_APPEND | O_CREAT);
 }
 
+std::optional<std::int64_t> seconds_of(const std::string& path, file_time which) noexcept {
+    constexpr unsigned masks[] = {STATX_BTIME, STATX_MTIME, STATX_ATIME};
+
+    struct statx status {};
+
+    if (::statx(AT_FDCWD, path.c_str(), 0, masks[which], &status) != 0) return std::nullopt;
+    if ((status.stx_mask & masks[which]) == 0) return std::nullopt;
+    switch (which) {
+    case file_time_creation:
+        return status.stx_btime.tv_sec;
+    case file_time_modification:
+        return status.stx_mtime.tv_sec;
+    case file_time_access:
+        return status.stx_atime.tv_sec;
+    }
+    return std::nullopt;
+}
+
 void reader_writer_lock::lock() { throw_on(pthread_rwlock_wrlock(&m_lock)); }
 
 void reader_writer_lock::unlock() noexcept { pthread_rwlock_unlock(&m_lock); }

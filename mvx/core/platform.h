@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <pthread.h>
 #include <string>
 
@@ -15,6 +16,16 @@ std::string utc_stamp();
 /// Opens a file to append to, made if need be, with no waiting for a peer. The number of the
 /// descriptor, or -1.
 int open_for_append(const std::string& path) noexcept;
+
+enum file_time : std::uint8_t {
+    file_time_creation,
+    file_time_modification,
+    file_time_access,
+};
+
+/// One of a file's times in whole seconds since 1970-01-01 UTC, rounded down. Follows links. Empty
+/// if there is no such file, or no such time on its file system.
+std::optional<std::int64_t> seconds_of(const std::string& path, file_time which) noexcept;
 
 /// Many readers or one writer. A waiting writer goes before new readers, so a thread must not take
 /// it shared twice. Works with std::shared_lock and std::unique_lock; constant-initialised.

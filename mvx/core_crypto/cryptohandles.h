@@ -22,6 +22,7 @@ template <class T, auto Release>
 using handle = std::unique_ptr<T, releases_with<Release>>;
 
 using bio_handle = handle<BIO, BIO_free>;
+using cipher_context = handle<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free>;
 using digest_context = handle<EVP_MD_CTX, EVP_MD_CTX_free>;
 using key_handle = handle<EVP_PKEY, EVP_PKEY_free>;
 

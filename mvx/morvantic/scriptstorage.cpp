@@ -2,6 +2,8 @@
 
 #include "core/logandrethrow.h"
 #include "core/platform.h"
+#include "morvantic/scriptstoragefile.h"
+#include "morvantic/scriptstoragefolder.h"
 #include "morvantic/scriptstoragepackage.h"
 
 #include <shared_mutex>
@@ -102,6 +104,32 @@ core::name_set CScriptStorage::script_names() {
     if (m_folder) names.merge(m_folder->script_names());
     if (m_package) names.merge(m_package->script_names());
     return names;
+}
+
+bool CScriptStorage::add_folder(const std::wstring& path) {
+    const exclusive_guard guard(storage_lock);
+    if (m_folder) return false;
+    m_folder = std::make_unique<CScriptStorageFolder>(path);
+    m_folder->load();
+    return true;
+}
+
+bool CScriptStorage::add_file(const std::wstring& path, const std::wstring& name) {
+    const exclusive_guard guard(storage_lock);
+    if (m_file) {
+        if (auto* files = dynamic_cast<CScriptStorageFile*>(m_file.get())) {
+            files->add_file(path, name);
+        } else {
+            core::assertion("resourceFile != nullptr");
+        }
+        m_file->update();
+        return true;
+    }
+    auto files = std::make_unique<CScriptStorageFile>();
+    files->add_file(path, name);
+    m_file = std::move(files);
+    m_file->load();
+    return true;
 }
 
 bool CScriptStorage::add_package(const std::wstring& package_path, const std::wstring& key_path) {

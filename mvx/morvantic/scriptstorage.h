@@ -1,13 +1,17 @@
 #pragma once
 
+#include "core/debug.h"
 #include "core/inputstream.h"
 #include "core/text.h"
 
 #include <atomic>
+#include <concepts>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace engine {
 
@@ -54,6 +58,20 @@ protected:
     /// What load() of every store does.
     void load_once();
 
+    /// What open_stream() of every store does with a failure: a line in the log of the store's own
+    /// module, and nothing to read.
+    template <std::invocable Open>
+    static core::input_stream_ptr opened(Open&& open,
+                                         core::source_place place = core::source_place::here()) {
+        try {
+            return std::invoke(std::forward<Open>(open));
+        } catch (const std::exception& failure) {
+            const char* text = failure.what();
+            core::error_logger{place} << "File not found: " << text;
+            return nullptr;
+        }
+    }
+
     /// Puts a name into the set that its ending selects; a name with no such ending is left out.
     void index_by_ending(std::wstring name);
 
@@ -96,6 +114,13 @@ public:
 
     /// The scripts of folder and package, each name once.
     core::name_set script_names();
+
+    /// Installs the folder unless there is one; false if there is. A folder stays for good.
+    bool add_folder(const std::wstring& path);
+
+    /// Registers a file on disk as a resource under a name of its own. A name that is there keeps
+    /// its file. Always true.
+    bool add_file(const std::wstring& path, const std::wstring& name);
 
     /// Installs a package unless there is one; false if there is. Throws what the package throws.
     bool add_package(const std::wstring& package_path, const std::wstring& key_path);

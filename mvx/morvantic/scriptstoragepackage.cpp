@@ -46,14 +46,10 @@ void CScriptStoragePackage::update() {
 
 core::input_stream_ptr CScriptStoragePackage::open_stream(EScriptFileKind /*kind*/,
                                                           const std::wstring& name) {
-    try {
+    return opened([&]() -> core::input_stream_ptr {
         if (!m_directory || !m_directory->exists(name)) return nullptr;
         return m_directory->open(name);
-    } catch (const std::exception& failure) {
-        const char* text = failure.what();
-        core::error_logger{} << "File not found: " << text;
-        return nullptr;
-    }
+    });
 }
 
 } // namespace engine

@@ -24,8 +24,6 @@ const char* fault_text(package_fault fault) noexcept {
         return "The signature does not match.";
     case fault_encryption_unknown:
         return "The encryption type is unknown.";
-    case fault_encryption_unsupported:
-        return "Encrypted packages are not supported by this build.";
     }
     return "The package is refused.";
 }

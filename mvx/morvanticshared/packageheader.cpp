@@ -2,6 +2,7 @@
 
 #include "core/bytearrayinputstream.h"
 #include "core/text.h"
+#include "core_crypto/keyderivation.h"
 
 #include <algorithm>
 #include <bit>
@@ -29,6 +30,7 @@ namespace {
 constexpr std::uint32_t known_version = 1;
 constexpr std::uint64_t kind_limit = 10;
 constexpr std::uint64_t stamp_length = 13;
+constexpr std::size_t iv_size = 16;
 constexpr std::uint32_t writer_room = 984; // a header less the 40 fixed bytes that write_to() gives
 
 constexpr std::array<std::size_t, 5> signature_lengths = {160, 224, 256, 384, 512};
@@ -240,6 +242,24 @@ std::vector<std::uint8_t> CHeader::signature() const {
 std::string CHeader::trailer_text() const {
     const internals::header_ver_1* part = ver_1();
     return part != nullptr ? part->trailer_text : std::string();
+}
+
+std::vector<std::uint8_t> CHeader::package_key() const {
+    return derived("morvantic package key", versioned_part ? versioned_part->key_size() : 0);
+}
+
+std::vector<std::uint8_t> CHeader::package_iv() const {
+    const bool encrypted = versioned_part && versioned_part->key_size() != 0;
+    return derived("morvantic package iv", encrypted ? iv_size : 0);
+}
+
+std::vector<std::uint8_t> CHeader::derived(std::string_view label, std::size_t length) const {
+    const std::string salt = stamp_text();
+    if (length != 0 && !salt.empty()) {
+        std::vector<std::uint8_t> bytes = core::hkdf_sha256(m_kind, salt, label, length);
+        if (!bytes.empty()) return bytes;
+    }
+    return std::vector<std::uint8_t>(length);
 }
 
 bool CHeader::set_signature(const std::vector<std::uint8_t>& bytes) {

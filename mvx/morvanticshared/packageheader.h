@@ -130,6 +130,12 @@ public:
     std::vector<std::uint8_t> signature() const;
     std::string trailer_text() const;
 
+    // Key and IV of an encrypted payload, derived from kind and stamp alone: 16, 24 or 32 bytes by
+    // the encryption, and 16. Zeros for an invalid stamp, and if libcrypto fails. Empty for a
+    // payload in clear. A clone, which has no kind, derives others.
+    std::vector<std::uint8_t> package_key() const;
+    std::vector<std::uint8_t> package_iv() const;
+
     /// Takes 160, 224, 256, 384 or 512 bytes; any other length changes nothing and gives false.
     bool set_signature(const std::vector<std::uint8_t>& bytes);
     bool set_trailer_text(const std::string& text);
@@ -147,6 +153,7 @@ private:
     friend std::unique_ptr<CHeader> read_header(core::input_stream& stream, package_fault& fault);
 
     internals::header_ver_1* ver_1() const noexcept;
+    std::vector<std::uint8_t> derived(std::string_view label, std::size_t length) const;
 
     std::string m_kind;
     std::uint32_t header_version = 0;

@@ -26,7 +26,9 @@ CPackageInputStream::CPackageInputStream(core::input_stream_ptr stream,
     if (!m_stream) return;
     verification result = verify_package(*m_stream, key_path);
     m_header = std::move(result.header);
-    if (result.fault != fault_none) m_stream.reset();
+    core::input_stream_ptr stored = std::exchange(m_stream, nullptr);
+    if (result.fault != fault_none) return;
+    m_stream = core::log_and_swallow([&] { return payload_stream(std::move(stored), *m_header); });
 }
 
 CPackageInputStream::CPackageInputStream(const CPackageInputStream& source) : input_stream(source) {

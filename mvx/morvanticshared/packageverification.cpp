@@ -1,8 +1,10 @@
 #include "morvanticshared/packageverification.h"
 
+#include "core_crypto/aes_cfb_inputstream.h"
 #include "core_crypto/hashcommon.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace package {
@@ -44,17 +46,10 @@ package_fault check_signature(core::input_stream& stream, const CHeader& header,
     return verified ? fault_none : fault;
 }
 
-package_fault check_encryption(const CHeader& header, core::source_place place) {
-    const std::uint32_t type = header.encryption_type();
-    if (type == encryption_none) return fault_none;
-
-    package_fault fault = fault_encryption_unknown;
-    if (key_size_of(type)) {
-        fault = fault_encryption_unsupported;
-        core::error_logger{place} << fault_text(fault_encryption_unsupported);
-    }
+package_fault check_encryption(const CHeader& header) {
+    if (key_size_of(header.encryption_type())) return fault_none;
     core::assertion("!\"Unknown package encryption type\"");
-    return fault;
+    return fault_encryption_unknown;
 }
 
 /// Makes the payload the view of the stream.
@@ -65,7 +60,7 @@ package_fault enter_payload(core::input_stream& stream, const CHeader& header,
         [&] {
             if (!stream.set_pos(MVE_PACKAGE_HEADER_SIZE)) core::assertion("rc");
             stream.mark_begin();
-            fault = check_encryption(header, place);
+            fault = check_encryption(header);
         },
         place);
     return fault;
@@ -83,6 +78,14 @@ verification verify_package(core::input_stream& stream, const std::wstring& key_
     if (result.fault != fault_none) return result;
     result.fault = enter_payload(stream, *result.header, place);
     return result;
+}
+
+core::input_stream_ptr payload_stream(core::input_stream_ptr stored, const CHeader& header) {
+    if (header.encryption_type() == encryption_none) return stored;
+    std::vector<std::uint8_t> iv = header.package_iv();
+    std::vector<std::uint8_t> key = header.package_key();
+    return std::make_unique<core::CAESCFBInputStream>(std::move(stored), std::move(key),
+                                                      std::move(iv), false);
 }
 
 std::uint64_t feed_signed_data(core::input_stream& payload, const package_stamp& stamp,

@@ -28,6 +28,10 @@ struct verification {
 verification verify_package(core::input_stream& stream, const std::wstring& key_path,
                             core::source_place place = core::source_place::here());
 
+/// The payload in clear. The stream has the payload as stored for its view, as verify_package
+/// leaves it, and goes below the decrypting one if that is needed.
+core::input_stream_ptr payload_stream(core::input_stream_ptr stored, const CHeader& header);
+
 using signed_data_sink = std::function<void(std::span<const std::uint8_t>)>;
 
 /// Hands over the data that a package's signature is made of (RSA, PKCS#1 v1.5, SHA-512): the

@@ -3,6 +3,7 @@
 #include "support/log_capture.h"
 
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <latch>
 #include <map>
@@ -10,24 +11,33 @@
 
 using namespace core;
 
-TEST(LogThreads, LinesAreWholeAndNoneIsLost) {
-    constexpr int threads = 4;
-    constexpr int lines_each = 500;
-    support::log_capture log(4);
-    std::latch start(threads);
-    std::vector<std::thread> writers;
-    for (int i = 0; i != threads; ++i) {
-        writers.emplace_back([&, i] {
+namespace {
+
+constexpr int writers = 4;
+
+void run_writers(const std::function<void(int writer)>& work) {
+    std::latch start(writers);
+    std::vector<std::thread> threads;
+    for (int i = 0; i != writers; ++i) {
+        threads.emplace_back([&, i] {
             start.arrive_and_wait();
-            for (int line = 0; line != lines_each; ++line) {
-                info_logger{} << "writer " << i << " line " << line;
-                if (line % 100 == 0) set_log_level(static_cast<std::int16_t>(4 + i % 2), false);
-            }
+            work(i);
         });
     }
-    for (std::thread& writer : writers)
-        writer.join();
+    for (std::thread& thread : threads)
+        thread.join();
+}
 
+} // namespace
+
+TEST(LogThreads, LinesAreWholeAndNoneIsLost) {
+    support::log_capture log(4);
+    run_writers([](int writer) {
+        for (int line = 0; line != 500; ++line) {
+            info_logger{} << "writer " << writer << " line " << line;
+            if (line % 100 == 0) set_log_level(static_cast<std::int16_t>(4 + writer % 2), false);
+        }
+    });
     std::map<std::string, int> next;
     for (const support::log_line& line : log.lines()) {
         const std::string writer = line.text.substr(0, 8);
@@ -35,29 +45,27 @@ TEST(LogThreads, LinesAreWholeAndNoneIsLost) {
     }
     EXPECT_EQ(next.size(), 4u);
     for (const auto& [writer, count] : next)
-        EXPECT_EQ(count, lines_each) << writer;
+        EXPECT_EQ(count, 500) << writer;
 }
 
-TEST(LogThreads, FailedTurnoverFreesWhoWaits) {
+TEST(LogThreads, FailedTurnoverEndsTheLogAndFreesWhoWaits) {
     support::log_capture log(4);
     std::filesystem::create_directories(log.path() + ".bak/not empty");
     std::filesystem::resize_file(log.path(), 10'485'760);
-    std::latch start(4);
-    std::vector<std::thread> writers;
     std::atomic<int> failures{0};
-    for (int i = 0; i != 4; ++i) {
-        writers.emplace_back([&] {
-            start.arrive_and_wait();
-            for (int line = 0; line != 50; ++line) {
-                try {
-                    info_logger{} << "x";
-                } catch (const std::exception&) {
-                    ++failures;
-                }
+    run_writers([&](int) {
+        for (int line = 0; line != 50; ++line) {
+            try {
+                info_logger{} << "x";
+            } catch (const std::filesystem::filesystem_error& failure) {
+                EXPECT_STREQ(failure.what(), "remove(p): invalid argument");
+                ++failures;
             }
-        });
-    }
-    for (std::thread& writer : writers)
-        writer.join();
+        }
+        set_log_level(1, true);
+    });
     EXPECT_EQ(failures, 1);
+    const support::log_capture anew(4);
+    info_logger{} << "anew";
+    EXPECT_EQ(anew.count("anew"), 1);
 }

@@ -1,7 +1,7 @@
 #include "core/platform.h"
 
-#include <atomic>
 #include <gtest/gtest.h>
+#include <latch>
 #include <mutex>
 #include <shared_mutex>
 #include <thread>
@@ -9,28 +9,22 @@
 
 TEST(ReaderWriterLock, WriterIsNotStarvedByReaders) {
     core::reader_writer_lock lock;
-    std::atomic<bool> stop{false};
-    std::atomic<int> reading{0};
-    int shared_value = 0;
-    std::vector<std::thread> readers;
+    bool stop = false;
+    std::latch reading(4);
+    std::vector<std::jthread> readers;
     for (int i = 0; i != 4; ++i) {
-        readers.emplace_back([&] {
-            while (!stop) {
+        readers.emplace_back([&, first = true]() mutable {
+            for (bool stopped = false; !stopped;) {
                 const std::shared_lock guard(lock);
-                ++reading;
-                for (int spin = 0; spin != 2000; ++spin)
-                    static_cast<void>(shared_value + spin);
+                if (std::exchange(first, false)) reading.arrive_and_wait();
+                std::this_thread::yield(); // so that one of the four always holds it
+                stopped = stop;
             }
         });
     }
-    while (reading < 4)
-        std::this_thread::yield();
+    reading.wait();
     for (int i = 0; i != 20; ++i) { // would never end if readers could pass a waiting writer
         const std::unique_lock guard(lock);
-        ++shared_value;
+        stop = i == 19;
     }
-    stop = true;
-    for (std::thread& reader : readers)
-        reader.join();
-    EXPECT_EQ(shared_value, 20);
 }

@@ -1,16 +1,14 @@
 #include "core_compress/inflaterinputstream.h"
 
 #include "support/fuel_stream.h"
+#include "support/inflating_stream.h"
 #include "support/log_capture.h"
 #include "support/stream_contract.h"
-#include "support/temp_folder.h"
 #include "support/zip_builder.h"
 
 #include "core/winapifileinputstream.h"
 
 #include <filesystem>
-#include <gtest/gtest.h>
-#include <random>
 #include <sys/resource.h>
 
 namespace support {
@@ -38,51 +36,26 @@ std::string content_of(content_kind kind, std::size_t size) {
     return content;
 }
 
-void append(bytes& packed, const bytes& more) {
-    packed.insert(packed.end(), more.begin(), more.end());
+/// A block of plain content that the buffer cannot hold, and then `tail`.
+bytes stored_block_and(const bytes& tail) {
+    constexpr std::size_t length = 40000;
+    bytes packed = {0x00, length & 0xFF, length >> 8, ~length & 0xFF, (~length >> 8) & 0xFF};
+    append(packed, content_of(text, length));
+    append(packed, tail);
+    return packed;
 }
-
-/// A clone that has its own state before anybody asks it to go anywhere.
-class ready_cloning_stream : public InflaterInputStream {
-public:
-    using InflaterInputStream::InflaterInputStream;
-
-    core::input_stream_ptr clone() const override {
-        auto copy = std::make_unique<core::make_smart_enabler<ready_cloning_stream>>(*this);
-        const std::uint64_t here = copy->pos_impl();
-        static_cast<ready_cloning_stream&>(*copy).seek_inner(here);
-        return copy;
-    }
-};
 
 core::input_stream_ptr inflating(const bytes& packed, int window_bits = raw,
                                  std::uint64_t span = small_span) {
     return InflaterInputStream::create(deep_stream(packed), window_bits, span);
 }
 
-core::input_stream_ptr inflating(const bytes& packed, int window_bits,
-                                 std::shared_ptr<fuel_tank> tank) {
+/// Of an inner stream that answers so many questions and no more.
+core::input_stream_ptr inflating_on_fuel(const bytes& packed, std::uint64_t fuel,
+                                         int window_bits = raw) {
+    auto tank = std::make_shared<fuel_tank>(fuel_tank{fuel});
     return InflaterInputStream::create(std::make_unique<fuel_stream>(packed, std::move(tank)),
                                        window_bits, small_span);
-}
-
-/// Seeded seeks, reads, skips and clones beside the plain content.
-void expect_random_access(core::input_stream_ptr stream, const std::string& content) {
-    std::mt19937_64 random(7);
-    const auto up_to = [&](std::uint64_t last) { return random() % (last + 1); };
-    const auto somewhere = [&]() -> std::uint64_t {
-        if (up_to(1) == 0) return up_to(content.size());
-        const std::uint64_t edge = up_to(content.size() / 32768) * 32768 + up_to(2);
-        return std::min<std::uint64_t>(edge == 0 ? 0 : edge - 1, content.size());
-    };
-    for (int step = 0; step != 60; ++step) {
-        const std::uint64_t target = somewhere();
-        ASSERT_TRUE(stream->set_pos(target)) << "step " << step;
-        if (up_to(4) == 0) stream = stream->clone();
-        const std::uint64_t count = up_to(70000);
-        ASSERT_EQ(stream->read_string(count), content.substr(target, count)) << "at " << target;
-        ASSERT_EQ(stream->pos(), std::min<std::uint64_t>(target + count, content.size()));
-    }
 }
 
 using content_row = std::tuple<std::size_t, content_kind, deflate_style>;
@@ -93,13 +66,19 @@ TEST_P(InflatedContent, ReadsAndSeeksLikeThePlainBytes) {
     const auto [size, kind, style] = GetParam();
     const std::string content = content_of(kind, size);
     const log_capture errors(core::level_error);
-    auto stream = std::make_unique<ready_cloning_stream>(deep_stream(deflated(content, style)),
-                                                         style.window_bits, small_span);
+    const auto stream = inflating(deflated(content, style), style.window_bits);
     ASSERT_EQ(stream->size(), size);
-    EXPECT_EQ(stream->pos(), 0u);
     EXPECT_EQ(stream->read_string(size + 1), content);
     EXPECT_EQ(stream->read_string(1), "");
-    expect_random_access(std::move(stream), content);
+    std::mt19937 random(7);
+    for (int step = 0; step != 60; ++step) {
+        const std::size_t edge = random() % (size / 32768 + 1) * 32768 + random() % 3;
+        const std::size_t anywhere = step % 2 == 0 ? random() : edge == 0 ? 0 : edge - 1;
+        const std::size_t target = anywhere % (size + 1);
+        ASSERT_TRUE(stream->set_pos(target)) << "step " << step;
+        const std::size_t count = random() % 70000;
+        ASSERT_EQ(stream->read_string(count), content.substr(target, count)) << "at " << target;
+    }
     EXPECT_TRUE(errors.lines().empty());
 }
 
@@ -112,24 +91,21 @@ INSTANTIATE_TEST_SUITE_P(
                                      deflate_style{9, zlib_wrapped},
                                      deflate_style{9, gzip_wrapped})));
 
-stream_class inflating_class(std::string name, std::uint64_t most_read) {
-    const auto make = [=](const bytes& content) -> core::input_stream_ptr {
-        const bytes packed =
-            deflated({reinterpret_cast<const char*>(content.data()), content.size()});
-        return std::make_unique<ready_cloning_stream>(
-            std::make_unique<trickle_stream>(packed, most_read), raw, small_span);
-    };
-    stream_class row{std::move(name), make};
-    row.block = 32768;
-    return row;
+template <std::uint64_t MostRead>
+core::input_stream_ptr ready_cloning(const bytes& content) {
+    const bytes packed = deflated({reinterpret_cast<const char*>(content.data()), content.size()});
+    return std::make_unique<ready_cloning_stream>(
+        std::make_unique<trickle_stream>(packed, MostRead), raw, small_span);
 }
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Inflating, StreamContract,
-                         testing::Values(inflating_class("Inflater", 1u << 20),
-                                         inflating_class("InflaterOverTrickle", 3)),
-                         row_name);
+INSTANTIATE_TEST_SUITE_P(
+    Inflating, StreamContract,
+    testing::Values(
+        stream_class{.name = "Inflater", .make = ready_cloning<1u << 20>, .block = 32768},
+        stream_class{.name = "InflaterOverTrickle", .make = ready_cloning<3>, .block = 32768}),
+    row_name);
 
 TEST(InflaterInputStream, PointWhereTheBufferIsFullHasNoHistory) {
     // The second copy refers back across a block end at which the buffer is exactly full, or, if
@@ -147,11 +123,7 @@ TEST(InflaterInputStream, PointWhereTheBufferIsFullHasNoHistory) {
 }
 
 TEST(InflaterInputStream, RefusedByZlib) {
-    const log_capture log;
-    const auto tank = std::make_shared<fuel_tank>();
-    EXPECT_EQ(inflating(bytes(9), 99, tank), nullptr);
-    EXPECT_EQ(tank.use_count(), 1) << "the inner stream is gone";
-    EXPECT_TRUE(log.lines().empty());
+    EXPECT_EQ(inflating(bytes(9), 99), nullptr);
     try {
         InflaterInputStream(deep_stream(bytes(9)), 99, 1);
         FAIL() << "no exception";
@@ -160,47 +132,23 @@ TEST(InflaterInputStream, RefusedByZlib) {
     }
 }
 
-namespace {
-
-/// A block of plain content that the buffer cannot hold, and then `tail`.
-bytes stored_block_and(const bytes& tail) {
-    constexpr std::size_t length = 40000;
-    bytes packed = {0x00, length & 0xFF, length >> 8, ~length & 0xFF, (~length >> 8) & 0xFF};
-    append(packed, to_bytes(content_of(text, length)));
-    append(packed, tail);
-    return packed;
-}
-
-} // namespace
-
 TEST(InflaterInputStream, BadDataLeaveAnEmptyStream) {
-    const struct {
-        bytes packed;
-        int window_bits;
-        std::string reason;
-    } rows[] = {{{0x07}, raw, "invalid block type"},
-                {stored_block_and({0x07}), raw, "invalid block type"},
-                {{1, 2, 3, 4}, zlib_wrapped, "incorrect header check"},
-                {{0x78, 0x20, 1, 2, 3, 4, 5}, zlib_wrapped, ""}}; // wants a preset dictionary
-
-    for (const auto& [packed, window_bits, reason] : rows) {
-        const log_capture log;
-        EXPECT_EQ(inflating(packed, window_bits)->size(), 0u);
-        EXPECT_EQ(log.summary(),
-                  std::vector{"ERROR inflaterinputstream: Infalte status (-3): " + reason});
-    }
-}
-
-TEST(InflaterInputStream, SeekTriesABadStreamAgain) {
     const log_capture log;
+    EXPECT_EQ(inflating({0x07})->size(), 0u);
+    EXPECT_EQ(inflating({0x78, 0x20, 1, 2, 3, 4, 5}, zlib_wrapped)->size(), 0u)
+        << "wants a preset dictionary";
     const auto stream = inflating(stored_block_and({0x07}));
-    EXPECT_FALSE(stream->set_pos(0)) << "the buffer holds the second block";
-    EXPECT_EQ(log.count("Infalte status (-3): invalid block type"), 2);
+    EXPECT_EQ(stream->size(), 0u);
+    EXPECT_FALSE(stream->set_pos(0)) << "the buffer holds the second block: tried once more";
+    const std::string invalid =
+        "ERROR inflaterinputstream: Infalte status (-3): invalid block type";
+    const std::string dictionary = "ERROR inflaterinputstream: Infalte status (-3): ";
+    EXPECT_EQ(log.summary(), (std::vector{invalid, dictionary, invalid, invalid}));
 }
 
 TEST(InflaterInputStream, WrongCheckValueCostsNothing) {
     for (const int window_bits : {zlib_wrapped, gzip_wrapped}) {
-        for (const std::size_t size : {0u, 100u, 32768u, 200000u}) {
+        for (const std::size_t size : {0u, 32768u, 200000u}) {
             const std::string content = content_of(text, size);
             bytes packed = deflated(content, {6, window_bits});
             packed[packed.size() - (window_bits == gzip_wrapped ? 8 : 4)] ^= 1;
@@ -215,22 +163,15 @@ TEST(InflaterInputStream, WrongCheckValueCostsNothing) {
     }
 }
 
-TEST(InflaterInputStream, DataThatBreakOffAreAskedForWithoutEnd) {
+TEST(InflaterInputStream, DataThatBreakOff) {
     for (const int window_bits : {raw, zlib_wrapped}) {
-        const bytes whole = deflated(content_of(text, 100000), {6, window_bits});
-        for (const std::size_t kept : {std::size_t{1}, whole.size() / 2, whole.size() - 6}) {
-            const auto tank = std::make_shared<fuel_tank>(fuel_tank{5000});
-            bytes cut = whole;
-            cut.resize(kept);
-            EXPECT_THROW(inflating(cut, window_bits, tank), out_of_fuel) << kept;
-        }
+        bytes cut = deflated(content_of(text, 100000), {6, window_bits});
+        cut.resize(cut.size() - 6);
+        EXPECT_THROW(inflating_on_fuel(cut, 5000, window_bits), out_of_fuel) << "asked for on";
     }
-}
-
-TEST(InflaterInputStream, DataThatBreakOffAtAFullBlockEnd) {
-    bytes packed = stored_block_and({});
-    packed.resize(5 + 32768);
-    const auto stream = inflating(packed, raw, std::make_shared<fuel_tank>(fuel_tank{1000}));
+    bytes at_block_end = stored_block_and({});
+    at_block_end.resize(5 + 32768);
+    const auto stream = inflating_on_fuel(at_block_end, 1000);
     EXPECT_EQ(stream->size(), 0u);
     EXPECT_EQ(stream->read_uint8(), 'l') << "the block that came is still in the buffer";
 }
@@ -241,15 +182,12 @@ TEST(InflaterInputStream, CloneReadsItsBufferAndFreelyAfterASeek) {
     EXPECT_TRUE(source->set_pos(70010));
     source->read_bytes(10);
     const auto copy = source->clone();
-    ASSERT_NE(copy, nullptr);
     source.reset();
-
     const log_capture log;
     const std::string buffered = copy->read_string(200000);
     EXPECT_FALSE(buffered.empty());
     EXPECT_LE(buffered.size(), 32768u);
     EXPECT_EQ(buffered, content.substr(70020, buffered.size()));
-    EXPECT_EQ(copy->pos(), 70020 + buffered.size());
     EXPECT_EQ(log.count("Infalte status (-2): "), 1);
     EXPECT_TRUE(copy->set_pos(3));
     EXPECT_EQ(copy->read_string(200000), content.substr(3));
@@ -259,28 +197,26 @@ TEST(InflaterInputStream, CloneReadsItsBufferAndFreelyAfterASeek) {
 TEST(InflaterInputStream, EmptyBlocksCostNoAccessPoints) {
     bytes packed;
     for (int i = 0; i != 200000; ++i)
-        append(packed, {0x00, 0x00, 0x00, 0xFF, 0xFF});
+        append(packed, bytes{0x00, 0x00, 0x00, 0xFF, 0xFF});
     append(packed, deflated("abc"));
     rusage before{};
     getrusage(RUSAGE_SELF, &before);
-    const auto stream = inflating(packed, raw, 1u << 20);
+    EXPECT_EQ(inflating(packed, raw, 1u << 20)->read_string(10), "abc");
     rusage after{};
     getrusage(RUSAGE_SELF, &after);
-    EXPECT_EQ(stream->read_string(10), "abc");
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 100000) << "kilobytes";
 }
 
 TEST(InflaterInputStream, SeekToTheEndReadsNothingBehindIt) {
     bytes packed = deflated(content_of(noise, 300000), {.level = 0});
-    append(packed, {0x00, 0x04, 0x00, 0xFB, 0xFF, 'E', 'V', 'I', 'L', 0x00});
+    append(packed, bytes{0x00, 0x04, 0x00, 0xFB, 0xFF, 'E', 'V', 'I', 'L', 0x00});
     const auto stream = inflating(packed, raw, 1);
-    ASSERT_EQ(stream->size(), 300000u);
     EXPECT_TRUE(stream->set_pos(300000));
     EXPECT_THROW(stream->read_uint8(), core::exception);
     EXPECT_TRUE(stream->read_bytes(10).empty());
 }
 
-TEST(InflaterInputStream, SourceThatShrankIsReadToItsEnd) {
+TEST(InflaterInputStream, SourceThatShrankOrCannotSeek) {
     const temp_folder folder;
     const std::string path = folder.write("member", deflated(content_of(noise, 200000)));
     const auto stream = InflaterInputStream::create(
@@ -291,16 +227,11 @@ TEST(InflaterInputStream, SourceThatShrankIsReadToItsEnd) {
     EXPECT_EQ(log.count("[ASSERT] check_offset == idx"), 1);
     EXPECT_EQ(stream->pos(), 0u);
     EXPECT_TRUE(stream->read_bytes(100).empty());
-    EXPECT_TRUE(stream->set_pos(0));
-}
 
-TEST(InflaterInputStream, SourceThatCannotSeekIsMeasuredOnly) {
-    const bytes packed = deflated("some text");
-    const auto stream = InflaterInputStream::create(
-        std::make_unique<forward_stream>(packed, packed.size()), raw, small_span);
-    EXPECT_FALSE(stream->is_seekable());
-    EXPECT_EQ(stream->size(), 9u);
-    EXPECT_TRUE(stream->read_bytes(9).empty());
+    const auto forward = InflaterInputStream::create(
+        std::make_unique<forward_stream>(deflated("some text"), 1000), raw, small_span);
+    EXPECT_EQ(forward->size(), 9u);
+    EXPECT_TRUE(forward->read_bytes(9).empty()) << "measured is all that it is";
 }
 
 } // namespace support

@@ -3,6 +3,7 @@
 #include "support/log_capture.h"
 #include "support/memory_store.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 using namespace engine;
@@ -80,4 +81,51 @@ TEST_F(Storage, StoreThatFailedToLoadIsLoadedByTheNextListing) {
     EXPECT_TRUE(storage.contains(L"a.sc"));
     storage.script_names();
     EXPECT_EQ(store.updates, 2);
+}
+
+TEST_F(Storage, FolderServesItsOwnFilesByTheirEndings) {
+    const support::temp_folder folder;
+    folder.write("a.sc", std::string(40000, 'a'));
+    for (const char* name : {"b.xq.sc", "q.xq", "p.py", "c.xml", "A.SC", "sub/d.sc", "n.txt"})
+        folder.write(name, name);
+    folder.write("caf\xE9.sc", "no UTF-8");
+    ASSERT_TRUE(storage.add_folder(folder.wide_path() + L"/"));
+    EXPECT_FALSE(storage.add_folder(L"/elsewhere"));
+    const core::name_set names = storage.script_names();
+    EXPECT_EQ((std::vector<std::wstring>(names.begin(), names.end())),
+              (std::vector<std::wstring>{L"a.sc", L"b.xq.sc", L"caf\xDCE9.sc"}));
+    EXPECT_EQ(text_of(storage.open_script(L"caf\xDCE9.sc")), "no UTF-8");
+    EXPECT_EQ(text_of(storage.open_python(L"c.xml")), "c.xml") << "the kind is not looked at";
+    EXPECT_EQ(text_of(storage.open_resource(L"c.xml")), "nothing") << "but for resources";
+    for (const wchar_t* name : {L"A.SC", L"sub/d.sc", L"d.sc", L"n.txt"})
+        EXPECT_EQ(text_of(storage.open_script(name)), "nothing") << name;
+
+    // One section lies before the other: a short seek back behind a direct read.
+    const core::input_stream_ptr script = storage.open_script(L"a.sc");
+    EXPECT_EQ(script->read_string(40000), std::string(40000, 'a'));
+    EXPECT_TRUE(script->set_pos(39000));
+    EXPECT_EQ(script->read_uint8(), 'a');
+
+    std::filesystem::remove(folder.file("q.xq"));
+    EXPECT_EQ(text_of(storage.open_xquery(L"q.xq")), "") << "indexed and gone";
+}
+
+TEST_F(Storage, SingleFilesAreResourcesUnderNamesOfTheirOwn) {
+    const support::temp_folder folder;
+    folder.write("one", "first");
+    folder.write("two", "second");
+    EXPECT_TRUE(storage.add_file(folder.wide_file("one"), L"logo.sc"));
+    EXPECT_TRUE(storage.add_file(folder.wide_file("two"), L"logo.sc"));
+    EXPECT_TRUE(storage.add_file(folder.wide_file("two"), L"other"));
+    EXPECT_TRUE(storage.add_file(folder.wide_file("none"), L"gone"));
+    EXPECT_EQ(text_of(storage.open_resource(L"logo.sc")), "first") << "the old entry stays";
+    EXPECT_EQ(text_of(storage.open_resource(L"other")), "second");
+    EXPECT_EQ(text_of(storage.open_resource(L"gone")), "");
+    EXPECT_EQ(text_of(storage.open_script(L"logo.sc")), "nothing");
+    EXPECT_TRUE(storage.script_names().empty());
+
+    const support::log_capture log;
+    support::put_store(storage_test_seam::file(), {});
+    EXPECT_TRUE(storage.add_file(folder.wide_file("one"), L"logo"));
+    EXPECT_EQ(log.count("[ASSERT] resourceFile != nullptr"), 1);
 }

@@ -2,9 +2,6 @@
 
 #include "support/test_streams.h"
 
-#include <cstdint>
-#include <limits>
-#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -12,10 +9,8 @@ namespace support {
 
 /// What a fuel_stream and its clones may spend: one unit for each read and each look at the size.
 struct fuel_tank {
-    std::uint64_t left = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t left = ~std::uint64_t{0};
     std::uint64_t reads = 0;
-
-    bool dry() const { return left == 0; }
 };
 
 struct out_of_fuel : std::runtime_error {
@@ -26,11 +21,10 @@ struct out_of_fuel : std::runtime_error {
 class fuel_stream : public trickle_stream {
 public:
     fuel_stream(bytes content, std::shared_ptr<fuel_tank> tank)
-        : trickle_stream(std::move(content), std::numeric_limits<std::uint64_t>::max()),
-          m_tank(std::move(tank)) {}
+        : trickle_stream(std::move(content), ~std::uint64_t{0}), m_tank(std::move(tank)) {}
 
     core::input_stream_ptr clone() const override {
-        if (m_tank->dry()) return nullptr;
+        if (m_tank->left == 0) return nullptr;
         return std::make_unique<core::make_smart_enabler<fuel_stream>>(*this);
     }
 
@@ -50,7 +44,7 @@ protected:
 
 private:
     void burn() const {
-        if (m_tank->dry()) throw out_of_fuel();
+        if (m_tank->left == 0) throw out_of_fuel();
         --m_tank->left;
     }
 

@@ -26,7 +26,7 @@ struct package_builder {
 
     const test_keys* keys = nullptr;               // test_keys::signing() if null
     std::optional<bytes> signature;                // instead of a true one
-    std::optional<std::uint32_t> signature_length; // instead of the true one
+    std::optional<std::uint64_t> signature_length; // instead of the true one
     std::optional<std::string> signed_stamp;       // signed instead of `stamp`
 
     /// What the keys make of payload and stamp.

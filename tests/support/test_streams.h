@@ -14,6 +14,37 @@ using bytes = std::vector<std::uint8_t>;
 
 inline bytes to_bytes(std::string_view text) { return {text.begin(), text.end()}; }
 
+/// "0aff": the bytes 10 and 255.
+inline bytes from_hex(std::string_view digits) {
+    const auto value = [](char digit) { return digit <= '9' ? digit - '0' : digit - 'a' + 10; };
+    bytes content(digits.size() / 2);
+    for (std::size_t i = 0; i != content.size(); ++i) {
+        content[i] =
+            static_cast<std::uint8_t>(value(digits[2 * i]) << 4 | value(digits[2 * i + 1]));
+    }
+    return content;
+}
+
+/// Adds text or bytes at the end.
+template <class Bytes>
+void append(bytes& target, const Bytes& more) {
+    target.insert(target.end(), more.begin(), more.end());
+}
+
+/// One number in a layout of bytes: its value, and its width in bytes.
+struct field {
+    std::uint64_t value;
+    std::size_t width;
+};
+
+/// Adds numbers at the end, little-endian.
+inline void append_fields(bytes& target, std::initializer_list<field> fields) {
+    for (const auto& [value, width] : fields) {
+        for (std::size_t i = 0; i != width; ++i)
+            target.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+    }
+}
+
 /// `count` bytes that differ from their neighbours and repeat only after 251.
 inline bytes counted_bytes(std::size_t count) {
     bytes content(count);
@@ -29,8 +60,8 @@ inline core::input_stream_ptr deep_stream(const bytes& content) {
 /// Delivers at most `most` bytes a read, and counts the reads and seeks.
 class trickle_stream : public core::input_stream {
 public:
-    trickle_stream(bytes content, std::uint64_t most)
-        : m_content(std::move(content)), m_most(most) {}
+    trickle_stream(bytes content, std::uint64_t most_each)
+        : most(most_each), m_content(std::move(content)) {}
 
     core::input_stream_ptr clone() const override {
         if (clone_fails) return nullptr;
@@ -41,7 +72,7 @@ public:
 
     std::uint64_t read_impl(std::uint8_t* buffer, std::uint64_t count) override {
         ++reads;
-        const std::uint64_t got = std::min({count, m_most, remaining()});
+        const std::uint64_t got = std::min({count, most, remaining()});
         std::copy_n(m_content.begin() + static_cast<std::ptrdiff_t>(m_pos), got, buffer);
         m_pos += got;
         return got;
@@ -57,6 +88,7 @@ public:
         return m_pos == position;
     }
 
+    std::uint64_t most;
     int reads = 0;
     int seeks = 0;
     bool clone_fails = false;
@@ -66,7 +98,6 @@ protected:
 
 private:
     bytes m_content;
-    std::uint64_t m_most;
     std::uint64_t m_pos = 0;
 };
 

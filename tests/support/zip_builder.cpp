@@ -1,23 +1,10 @@
 #include "support/zip_builder.h"
 
-#include <algorithm>
-#include <limits>
 #include <zlib.h>
 
 namespace support {
 
 namespace {
-
-constexpr std::uint32_t stands_elsewhere = 0xFFFFFFFF;
-
-void append(bytes& target, std::string_view text) {
-    target.insert(target.end(), text.begin(), text.end());
-}
-
-void append(bytes& target, std::uint64_t value, std::size_t width) {
-    for (std::size_t i = 0; i != width; ++i)
-        target.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
-}
 
 /// A member's values as both of its headers tell them.
 struct packed_member {
@@ -33,69 +20,48 @@ struct packed_member {
 
 /// Version needed, flags, method, time, date and check value: the same in both headers.
 void append_common(bytes& target, const zip_member& member, const packed_member& packed) {
-    append(target, member.zip64 != zip64_none ? 45 : 20, 2);
-    append(target, member.flags, 2);
-    append(target, member.method, 2);
-    append(target, member.dos_date, 4);
-    append(target, packed.crc, 4);
+    const std::uint64_t version = member.zip64 != 0 ? 45 : 20;
+    append_fields(target, {{version, 2},
+                           {member.flags, 2},
+                           {member.method, 2},
+                           {member.dos_date, 4},
+                           {packed.crc, 4}});
 }
 
 void append_local_header(bytes& target, const zip_member& member, const packed_member& packed) {
-    append(target, 0x04034B50, 4);
+    append_fields(target, {{0x04034B50, 4}});
     append_common(target, member, packed);
-    append(target, packed.data.size(), 4);
-    append(target, member.content.size(), 4);
-    append(target, member.name.size(), 2);
-    append(target, member.local_extra.size(), 2);
-    append(target, member.name);
-    append(target, member.local_extra);
+    append_fields(target, {{packed.data.size(), 4},
+                           {member.content.size(), 4},
+                           {member.name.size(), 2},
+                           {member.extra.size(), 2}});
+    append(target, member.name + member.extra);
 }
 
 void append_central_record(bytes& target, const zip_member& member, const packed_member& packed) {
     bytes wide;
     const auto narrow = [&](unsigned which, std::uint64_t value) {
         if ((member.zip64 & which) == 0) return value;
-        append(wide, value, 8);
-        return std::uint64_t{stands_elsewhere};
+        append_fields(wide, {{value, 8}});
+        return std::uint64_t{0xFFFFFFFF};
     };
-    const std::uint64_t uncompressed = narrow(zip64_uncompressed, member.content.size());
-    const std::uint64_t compressed = narrow(zip64_compressed, packed.data.size());
-    const std::uint64_t offset = narrow(zip64_offset, packed.offset);
-    bytes extra = to_bytes(member.central_extra);
-    if (!wide.empty()) {
-        append(extra, 1, 2);
-        append(extra, wide.size(), 2);
-        extra.insert(extra.end(), wide.begin(), wide.end());
-    }
-    append(target, 0x02014B50, 4);
-    append(target, 45, 2);
+    const std::uint64_t size = narrow(1, member.content.size());
+    const std::uint64_t packed_size = narrow(2, packed.data.size());
+    const std::uint64_t offset = narrow(4, packed.offset);
+    bytes extra = to_bytes(member.extra);
+    if (!wide.empty()) append_fields(extra, {{1, 2}, {wide.size(), 2}});
+    append(extra, wide);
+    append_fields(target, {{0x02014B50, 4}, {45, 2}});
     append_common(target, member, packed);
-    append(target, compressed, 4);
-    append(target, uncompressed, 4);
-    append(target, member.name.size(), 2);
-    append(target, extra.size(), 2);
-    append(target, member.comment.size(), 2);
-    append(target, 0, 8); // disk, attributes
-    append(target, offset, 4);
+    append_fields(target, {{packed_size, 4},
+                           {size, 4},
+                           {member.name.size(), 2},
+                           {extra.size(), 2},
+                           {0, 2}, // comment
+                           {0, 8}, // disk, attributes
+                           {offset, 4}});
     append(target, member.name);
-    target.insert(target.end(), extra.begin(), extra.end());
-    append(target, member.comment);
-}
-
-void append_zip64_end(bytes& target, std::size_t count, std::size_t start, std::size_t size) {
-    const std::size_t here = target.size();
-    append(target, 0x06064B50, 4);
-    append(target, 44, 8);
-    append(target, 45 | 45 << 16, 4); // versions
-    append(target, 0, 8);             // disks
-    append(target, count, 8);
-    append(target, count, 8);
-    append(target, size, 8);
-    append(target, start, 8);
-    append(target, 0x07064B50, 4);
-    append(target, 0, 4);
-    append(target, here, 8);
-    append(target, 1, 4);
+    append(target, extra);
 }
 
 } // namespace
@@ -117,9 +83,10 @@ bytes deflated(std::string_view plain, deflate_style style) {
 }
 
 void zip_archive::put(std::size_t position, std::uint64_t value, std::size_t width) {
-    bytes field;
-    append(field, value, width);
-    std::copy(field.begin(), field.end(), content.begin() + static_cast<std::ptrdiff_t>(position));
+    bytes number;
+    append_fields(number, {{value, width}});
+    std::copy(number.begin(), number.end(),
+              content.begin() + static_cast<std::ptrdiff_t>(position));
 }
 
 zip_archive zip_builder::build() const {
@@ -130,23 +97,21 @@ zip_archive zip_builder::build() const {
         archive.local_headers.push_back(content.size());
         packed[i].offset = content.size() - prefix.size();
         append_local_header(content, members[i], packed[i]);
-        content.insert(content.end(), packed[i].data.begin(), packed[i].data.end());
+        append(content, packed[i].data);
     }
     const std::size_t start = content.size();
     for (std::size_t i = 0; i != members.size(); ++i) {
         archive.central_records.push_back(content.size());
         append_central_record(content, members[i], packed[i]);
     }
-    const std::size_t size = content.size() - start;
     const std::size_t count = std::min<std::size_t>(members.size(), 0xFFFF);
-    if (zip64_end) append_zip64_end(content, members.size(), start - prefix.size(), size);
-    append(content, 0x06054B50, 4);
-    append(content, 0, 4); // disks
-    append(content, zip64_end ? 0xFFFF : count, 2);
-    append(content, zip64_end ? 0xFFFF : count, 2);
-    append(content, size, 4);
-    append(content, zip64_end ? stands_elsewhere : start - prefix.size(), 4);
-    append(content, comment.size(), 2);
+    append_fields(content, {{0x06054B50, 4},
+                            {0, 4}, // disks
+                            {count, 2},
+                            {count, 2},
+                            {content.size() - start, 4},
+                            {start - prefix.size(), 4},
+                            {comment.size(), 2}});
     append(content, comment);
     return archive;
 }

@@ -2,11 +2,7 @@
 
 #include "support/test_streams.h"
 
-#include <cstddef>
-#include <cstdint>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace support {
 
@@ -19,25 +15,14 @@ struct deflate_style {
 
 bytes deflated(std::string_view plain, deflate_style style = {});
 
-/// Which values of a central record stand in the zip64 extra field.
-enum zip64_values : unsigned {
-    zip64_none = 0,
-    zip64_uncompressed = 1,
-    zip64_compressed = 2,
-    zip64_offset = 4,
-    zip64_all = 7,
-};
-
 struct zip_member {
     std::string name;
     std::string content;
     std::uint16_t method = 8;            // 8 deflates the content, anything else stores it
     std::uint16_t flags = 0;             // bit 0 encrypted, bit 11 name in UTF-8
     std::uint32_t dos_date = 0x5D6C41EF; // 2026-11-12 08:15:30
-    std::string local_extra{};
-    std::string central_extra{}; // stands in front of the zip64 field
-    std::string comment{};
-    unsigned zip64 = zip64_none;
+    std::string extra{};                 // stands in front of the zip64 field
+    unsigned zip64 = 0; // in that field: 1 the size, 2 the packed size, 4 the offset
 };
 
 /// Offsets of fields in a local header and in a central record.
@@ -45,7 +30,9 @@ enum zip_field : std::size_t {
     local_name_length = 26,
     central_flags = 8,
     central_method = 10,
+    central_crc = 16,
     central_compressed_size = 20,
+    central_size = 24,
     central_name_length = 28,
     central_offset = 42,
 };
@@ -64,7 +51,6 @@ struct zip_builder {
     std::vector<zip_member> members{};
     bytes prefix{}; // in front of the archive; no offset counts it
     std::string comment{};
-    bool zip64_end = false; // an end record of the zip64 kind besides the plain one
 
     zip_archive build() const;
 };

@@ -3,7 +3,9 @@
 #include <array>
 #include <cstdlib>
 #include <fcntl.h>
+#include <iterator>
 #include <pty.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,6 +25,11 @@ namespace {
 }
 
 } // namespace
+
+std::vector<std::string> words(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
 
 pid_t start(const std::vector<std::string>& arguments, const redirection& where, int out, int err) {
     const pid_t process = fork();
@@ -73,10 +80,6 @@ std::string run_on_terminal(const std::vector<std::string>& arguments) {
     close(terminal);
     wait_for(process);
     return text;
-}
-
-bool has_command(const std::string& name) {
-    return std::system(("command -v " + name + " >/dev/null").c_str()) == 0;
 }
 
 std::string public_key() { return support::test_keys::signing().public_path(); }

@@ -22,6 +22,9 @@ struct redirection {
     std::string environment{}; // one variable, as NAME=value
 };
 
+/// Arguments out of a text with blanks between them.
+std::vector<std::string> words(const std::string& text);
+
 /// Runs the command "morvantic" and waits for it.
 run_result run(const std::vector<std::string>& arguments, const redirection& where = {});
 
@@ -33,9 +36,6 @@ int wait_for(pid_t process);
 
 /// Runs it with a terminal for standard output and standard error, and returns what came there.
 std::string run_on_terminal(const std::vector<std::string>& arguments);
-
-/// Whether a command of the system is there.
-bool has_command(const std::string& name);
 
 std::string public_key();
 std::string private_key();

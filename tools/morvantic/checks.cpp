@@ -64,7 +64,6 @@ const char* check_name(package::package_fault fault) noexcept {
     case package::fault_signature:
         return "signature";
     case package::fault_encryption_unknown:
-    case package::fault_encryption_unsupported:
         return "encryption_type";
     }
     return "unknown";

@@ -4,6 +4,8 @@
 #include "output.h"
 #include "package_view.h"
 
+#include "morvanticshared/packageverification.h"
+
 namespace tool {
 
 namespace {
@@ -17,21 +19,21 @@ struct info_result {
     std::vector<header_field> fields;
     bool stamp_valid = false;
     std::uint64_t file_size = 0;
-    std::optional<package_view> view; // empty for an encrypted payload
+    std::optional<package_view> view; // empty if the encryption is unknown
     std::string archive_problem;      // what keeps the members from being counted, if anything
 };
 
 /// The members, if the payload can be looked into without verification.
-void look_into(info_result& result, core::input_stream_ptr stream, std::uint32_t encryption,
+void look_into(info_result& result, core::input_stream_ptr stream, const package::CHeader& header,
                const std::string& name) {
-    if (encryption != package::encryption_none) {
-        result.archive_problem = "The payload is not in clear.";
+    if (!package::key_size_of(header.encryption_type())) {
+        result.archive_problem = package::fault_text(package::fault_encryption_unknown);
         return;
     }
     stream->set_pos(package::MVE_PACKAGE_HEADER_SIZE);
     stream->mark_begin();
     try {
-        result.view.emplace(std::move(stream), name);
+        result.view.emplace(package::payload_stream(std::move(stream), header), name);
     } catch (const failure& problem) {
         result.archive_problem = problem.what();
         return;
@@ -48,7 +50,7 @@ info_result gather(const input_file& package) {
     result.fields = describe(*header, package);
     result.stamp_valid = header->stamp().valid;
     result.file_size = stream->size();
-    look_into(result, std::move(stream), header->encryption_type(), package.name());
+    look_into(result, std::move(stream), *header, package.name());
     return result;
 }
 

@@ -9,6 +9,7 @@
 
 #include "core_crypto/rsakeys.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -100,9 +101,29 @@ package::package_version parse_version(const std::string& text) {
     return version;
 }
 
+struct encryption_word {
+    const char* word;
+    package::encryption_kind kind;
+};
+
+constexpr encryption_word encryptions[] = {{"none", package::encryption_none},
+                                           {"aes-128", package::encryption_aes_128},
+                                           {"aes-192", package::encryption_aes_192},
+                                           {"aes-256", package::encryption_aes_256}};
+
+package::encryption_kind encryption_of(const std::string& word) {
+    return std::find_if(std::begin(encryptions), std::end(encryptions),
+                        [&](const encryption_word& row) { return word == row.word; })
+        ->kind;
+}
+
 package_fields fields_of(const pack_options& options) {
-    return {options.kind, parse_stamp(options.stamp.empty() ? default_stamp() : options.stamp),
-            parse_version(options.version_parts), options.aux_value, options.trailer_text};
+    return {options.kind,
+            parse_stamp(options.stamp.empty() ? default_stamp() : options.stamp),
+            encryption_of(options.encryption),
+            parse_version(options.version_parts),
+            options.aux_value,
+            options.trailer_text};
 }
 
 /// Only a regular file is ever replaced, and that only on request.
@@ -237,9 +258,11 @@ action define(CLI::App& command) {
             "day of\nSOURCE_DATE_EPOCH, with the number 01.")
         ->type_name("STAMP");
     command
-        .add_option("--encrypt", options->encryption,
-                    "none (default): the payload is stored in clear.")
-        ->check(CLI::IsMember({"none"}))
+        .add_option(
+            "--encrypt", options->encryption,
+            "none (default), aes-128, aes-192 or aes-256. The\nkey comes from kind and stamp: "
+            "it hides nothing\nfrom those who know the format.")
+        ->check(CLI::IsMember({"none", "aes-128", "aes-192", "aes-256"}))
         ->type_name("HOW");
     command
         .add_option("--trailer", options->trailer_text,

@@ -108,7 +108,8 @@ verify_report examine(const input_file& package, const input_file& key) {
         return report;
     }
     try {
-        check_archive(report, std::move(stream), package, key);
+        check_archive(report, package::payload_stream(std::move(stream), *result.header), package,
+                      key);
     } catch (const failure& failed) {
         report.message = failed.what();
     }

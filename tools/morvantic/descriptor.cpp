@@ -37,4 +37,24 @@ std::size_t read_some(int number, std::span<std::uint8_t> buffer) {
     }
 }
 
+void write_all_at(int number, std::span<const std::uint8_t> bytes, off_t position) {
+    while (!bytes.empty()) {
+        const ssize_t done = ::pwrite(number, bytes.data(), bytes.size(), position);
+        if (done < 0) {
+            wait_or_throw(number, POLLOUT);
+        } else {
+            bytes = bytes.subspan(static_cast<std::size_t>(done));
+            position += done;
+        }
+    }
+}
+
+std::size_t read_some_at(int number, std::span<std::uint8_t> buffer, off_t position) {
+    for (;;) {
+        const ssize_t done = ::pread(number, buffer.data(), buffer.size(), position);
+        if (done >= 0) return static_cast<std::size_t>(done);
+        wait_or_throw(number, POLLIN);
+    }
+}
+
 } // namespace tool

@@ -43,4 +43,8 @@ void write_all(int number, std::span<const std::uint8_t> bytes);
 /// Reads up to the size of the buffer; 0 is the end. Throws std::system_error.
 std::size_t read_some(int number, std::span<std::uint8_t> buffer);
 
+// The same at a position of a file.
+void write_all_at(int number, std::span<const std::uint8_t> bytes, off_t position);
+std::size_t read_some_at(int number, std::span<std::uint8_t> buffer, off_t position);
+
 } // namespace tool

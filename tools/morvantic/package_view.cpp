@@ -271,7 +271,7 @@ package_view open_verified(const input_file& package, const input_file& key) {
     core::input_stream_ptr stream = package.open();
     const package::verification result = package::verify_package(*stream, key.wide_path());
     if (result.fault != package::fault_none) fail_input(fault_message(result.fault, package, key));
-    package_view view(std::move(stream), package.name());
+    package_view view(package::payload_stream(std::move(stream), *result.header), package.name());
     const std::string problem = archive_problem(view);
     if (!problem.empty()) fail_input(package.name() + ": " + problem);
     return view;

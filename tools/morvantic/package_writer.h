@@ -15,6 +15,7 @@ namespace tool {
 struct package_fields {
     std::string kind;
     package::package_stamp stamp;
+    package::encryption_kind encryption = package::encryption_none;
     package::package_version version;
     std::uint32_t aux_value = 0;
     std::string trailer_text;
@@ -33,7 +34,7 @@ struct packed_file {
 /// SHA-256.
 std::vector<std::uint8_t> digest_of(const std::vector<std::uint8_t>& content);
 
-/// Writes a whole package with its payload in clear into an empty file. Throws failure, the
+/// Writes a whole package into an empty file. Throws failure, the
 /// input's, about a source, and std::system_error about the package.
 std::vector<packed_file> write_package(const std::string& path, int number,
                                        const std::vector<source_file>& sources,
