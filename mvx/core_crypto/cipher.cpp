@@ -85,6 +85,7 @@ CBaseCipher::CBaseCipher(const CBaseCipher& source)
         if (!m_context || EVP_CIPHER_CTX_copy(m_context.get(), source.m_context.get()) != 1) {
             throw exception("Failed to copy context");
         }
+        if (source.m_cfb) m_cfb.emplace(*source.m_cfb);
     });
 }
 
@@ -100,17 +101,30 @@ void CBaseCipher::init() {
     if (!begin()) release_context();
 }
 
+/// A context that is there has the key already and never left its beginning.
+bool CBaseCipher::begin_cfb(const std::uint8_t* iv) noexcept {
+    if (m_cfb && m_context) {
+        return EVP_CIPHER_CTX_set_padding(m_context.get(), 1) == 1 && m_cfb->begin(m_key, iv);
+    }
+    m_context.reset(EVP_CIPHER_CTX_new());
+    if (!m_context) return false;
+    return EVP_DecryptInit_ex(m_context.get(), m_cipher, nullptr, m_key.data(), iv) == 1 &&
+           m_cfb.emplace().begin(m_key, iv);
+}
+
 bool CBaseCipher::begin() noexcept {
+    // libcrypto reads a whole IV, whatever is there.
+    const auto iv_length = static_cast<std::size_t>(EVP_CIPHER_get_iv_length(m_cipher));
+    if (!m_iv.empty() && m_iv.size() < iv_length) return false;
+    const std::uint8_t* iv = m_iv.empty() ? nullptr : m_iv.data();
+    if (m_cipher_mode == mode_cfb && m_operation == op_decrypt) return begin_cfb(iv);
+
     if (!m_context) {
         m_context.reset(EVP_CIPHER_CTX_new());
         if (!m_context) return false;
     } else if (EVP_CIPHER_CTX_reset(m_context.get()) != 1) {
         return false;
     }
-    // libcrypto reads a whole IV, whatever is there.
-    const auto iv_length = static_cast<std::size_t>(EVP_CIPHER_get_iv_length(m_cipher));
-    if (!m_iv.empty() && m_iv.size() < iv_length) return false;
-    const std::uint8_t* iv = m_iv.empty() ? nullptr : m_iv.data();
     switch (m_operation) {
     case op_encrypt:
         return EVP_EncryptInit_ex(m_context.get(), m_cipher, nullptr, m_key.data(), iv) == 1;
@@ -183,6 +197,15 @@ bool CBaseCipher::has_room(std::size_t out_size, std::size_t in_size) const noex
     return out_size >= in_size && out_size - in_size >= (block < 2 ? 0 : block);
 }
 
+/// As EVP_DecryptUpdate.
+int CBaseCipher::decrypt(std::uint8_t* out, int& produced, const std::uint8_t* in,
+                         int count) noexcept {
+    if (!m_cfb) return EVP_DecryptUpdate(m_context.get(), out, &produced, in, count);
+    if (!m_cfb->decrypt(out, in, static_cast<std::size_t>(count))) return 0;
+    produced = count;
+    return 1;
+}
+
 std::int32_t CBaseCipher::update_into(std::uint8_t* out, std::size_t out_size,
                                       const std::uint8_t* in, std::size_t in_size) {
     return log_and_swallow_all([&]() -> std::int32_t {
@@ -201,7 +224,7 @@ std::int32_t CBaseCipher::update_into(std::uint8_t* out, std::size_t out_size,
                 result = EVP_EncryptUpdate(m_context.get(), out, &produced, in, count);
                 break;
             case op_decrypt:
-                result = EVP_DecryptUpdate(m_context.get(), out, &produced, in, count);
+                result = decrypt(out, produced, in, count);
                 break;
             default:
                 release_context();
@@ -239,7 +262,10 @@ std::int32_t CBaseCipher::final_into(std::uint8_t* out, std::size_t out_size) {
     return produced.value_or(-1);
 }
 
-void CBaseCipher::release_context() noexcept { m_context.reset(); }
+void CBaseCipher::release_context() noexcept {
+    m_context.reset();
+    m_cfb.reset();
+}
 
 CCipher::~CCipher() = default;
 

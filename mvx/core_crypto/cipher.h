@@ -1,10 +1,12 @@
 #pragma once
 
+#include "core_crypto/cfbdecryption.h"
 #include "core_crypto/cryptohandles.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -86,6 +88,8 @@ protected:
 
 private:
     bool begin() noexcept;
+    bool begin_cfb(const std::uint8_t* iv) noexcept;
+    int decrypt(std::uint8_t* out, int& produced, const std::uint8_t* in, int count) noexcept;
     /// Whether libcrypto gave 1; the context goes if it did not.
     bool kept_after(int result) noexcept;
     bool has_room(std::size_t out_size, std::size_t in_size) const noexcept;
@@ -96,6 +100,8 @@ private:
     cipher_context m_context;
     std::vector<std::uint8_t> m_key;
     std::vector<std::uint8_t> m_iv; // empty: none
+    /// Does the work of a context that decrypts in mode_cfb, which stays at its beginning then.
+    std::optional<cfb_decryption> m_cfb;
 };
 
 /// The same, and collects what it produces.
