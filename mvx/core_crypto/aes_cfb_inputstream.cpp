@@ -72,7 +72,8 @@ bool CAESCFBInputStream::seek_cipher_text(std::uint64_t target) {
 void CAESCFBInputStream::trim_padding() {
     const std::uint64_t size = size_impl();
     if (!has_padding() || size < max_padding_size) return;
-    if (!seek_inner(size - max_padding_size)) return assertion("!\"Seek failed.\"");
+    if (!CAESCFBInputStream::seek_inner(size - max_padding_size))
+        return assertion("!\"Seek failed.\"");
 
     const std::vector<std::uint8_t> tail = read_bytes(2 * max_padding_size);
     if (tail.size() != max_padding_size) {

@@ -195,12 +195,18 @@ void dump_script(const package_view& view, const member& script,
     if (!result.output.empty()) show(name, result.output, shown); // or it does not apply
 }
 
+const member& script_of(const package_view& view, const std::string& name,
+                        const std::string& package_name) {
+    const member& script = served_member(view, name, package_name);
+    if (script.kind != file_script) fail_input(package_name + ": " + name + " is no script.");
+    return script;
+}
+
 std::vector<const member*> chosen(const package_view& view, const engine_host& engine,
                                   const dump_options& options, const std::string& package_name) {
     std::vector<const member*> scripts;
     for (const std::string& name : options.scripts) {
-        const member& script = served_member(view, name, package_name);
-        if (script.kind != file_script) fail_input(package_name + ": " + name + " is no script.");
+        const member& script = script_of(view, name, package_name);
         if (std::find(scripts.begin(), scripts.end(), &script) == scripts.end()) {
             scripts.push_back(&script);
         }

@@ -77,7 +77,10 @@ std::int32_t token_reader::next() {
             ++m_pos;
             return m_current;
         }
-        if (first != '/') return m_current = static_cast<std::int8_t>(first);
+        if (first != '/') {
+            const std::int32_t byte = static_cast<unsigned char>(first);
+            return m_current = byte < 0x80 ? byte : byte - 0x100;
+        }
         if (!skip_comment()) return '/';
     }
 }

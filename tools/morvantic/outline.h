@@ -1,9 +1,9 @@
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 // What a script's text holds, as far as it takes to ask the engine for the rest: the engine lists
@@ -15,7 +15,11 @@ struct section_head {
     std::string where; // its namespace
     std::string name;
 
-    auto operator<=>(const section_head&) const = default;
+    bool operator==(const section_head&) const = default;
+
+    bool operator<(const section_head& other) const {
+        return std::tie(where, name) < std::tie(other.where, other.name);
+    }
 };
 
 struct script_outline {
