@@ -156,11 +156,11 @@ TEST_F(Pack, ReadsTheKeyFromAndWritesToPipes) {
     EXPECT_EQ(run({"verify", "-", "--key", public_key()}, {.in = packed}).status, 0);
     output = "-";
     EXPECT_EQ(pack("--json").status, 2);
-    shell("mkdir workplace");
-    const std::string workplace = "TMPDIR=" + folder.file("workplace");
-    const run_result full = pack("", {.out = "/dev/full", .environment = workplace});
+    shell("mkdir temporary");
+    const std::string temporary = "TMPDIR=" + folder.file("temporary");
+    const run_result full = pack("", {.out = "/dev/full", .environment = temporary});
     EXPECT_EQ(full.status, 2);
-    EXPECT_EQ(shell("ls -A workplace"), "");
+    EXPECT_EQ(shell("ls -A temporary"), "");
     EXPECT_NE(full.err.find("No space left"), std::string::npos) << full.err;
 }
 
@@ -169,19 +169,19 @@ TEST_F(Pack, SignalsLeaveNothingBehind) {
     shell("head -c 200000 /dev/urandom >apps/Resources/large");
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         std::signal(signal, SIG_DFL); // the tool leaves it ignored where it was, as under nohup
-        const temp_folder workplace;
+        const temp_folder temporary;
         std::array<int, 2> pipe_ends{};
         ASSERT_EQ(pipe2(pipe_ends.data(), O_CLOEXEC), 0);
         const pid_t process =
             start({"pack", source, "-", "--key", private_key()},
-                  {.environment = "TMPDIR=" + workplace.path()}, pipe_ends[1], STDERR_FILENO);
+                  {.environment = "TMPDIR=" + temporary.path()}, pipe_ends[1], STDERR_FILENO);
         close(pipe_ends[1]);
         char first = 0;
         ASSERT_EQ(read(pipe_ends[0], &first, 1), 1); // it writes, so the file is there
-        EXPECT_FALSE(std::filesystem::is_empty(workplace.path()));
+        EXPECT_FALSE(std::filesystem::is_empty(temporary.path()));
         kill(process, signal);
         EXPECT_EQ(wait_for(process), 128 + signal);
-        EXPECT_TRUE(std::filesystem::is_empty(workplace.path()));
+        EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
         close(pipe_ends[0]);
     }
 }
