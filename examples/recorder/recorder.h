@@ -15,8 +15,10 @@
 //     script.init();
 //     script.section("App", "Include"); // makes Python functions known
 //     auto* body = dynamic_cast<recorder::recording_body*>(script.section("Mail", "Script"));
-//     if (body == nullptr) return;      // its text is faulty; asked once more, it has the calls so
-//     far for (const recorder::call& made : body->calls()) std::cout << spelled(made) << '\n';
+//     if (body == nullptr) return; // its text is faulty
+//     for (const recorder::call& made : body->calls()) std::cout << spelled(made) << '\n';
+//
+// A section whose text is faulty has the calls so far when it is asked for once more.
 //
 // A script may nest calls a million deep, so nothing here recurses on values. Copies of a list
 // share it, so each level of nesting costs the same, however deep it is.

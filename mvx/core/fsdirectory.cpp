@@ -175,8 +175,7 @@ bool CFsDirectory::exists(const std::wstring& path) const {
     const std::optional<std::string> bytes = encode_path(full_path(path));
     if (!bytes) return false;
     std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(*bytes, error);
-    return std::filesystem::status_known(status) && std::filesystem::exists(status);
+    return std::filesystem::exists(std::filesystem::status(*bytes, error));
 }
 
 input_stream_ptr CFsDirectory::open(const std::wstring& path) const {
@@ -211,8 +210,7 @@ bool CFsDirectory::operator==(const directory& other) const {
 }
 
 bool CFsDirectory::operator!=(const directory& other) const {
-    const auto* folder = dynamic_cast<const CFsDirectory*>(&other);
-    return folder != nullptr ? !same_units(root, folder->root) : directory::operator!=(other);
+    return !CFsDirectory::operator==(other);
 }
 
 bool CFsDirectory::operator<(const directory& other) const {

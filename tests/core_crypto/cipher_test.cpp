@@ -89,7 +89,7 @@ TEST_P(CipherVectors, BothWaysInOneAndInPieces) {
 
 INSTANTIATE_TEST_SUITE_P(Published, CipherVectors, testing::ValuesIn(vectors), support::row_name);
 
-/// Test case 4 of the specification of GCM.
+/// McGrew and Viega, "The Galois/Counter Mode of Operation", test case 4.
 TEST(Cipher, GcmVerifiesItsTag) {
     const bytes key = from_hex("feffe9928665731c6d6a8f9467308308");
     const bytes iv = from_hex("cafebabefacedbaddecaf888");

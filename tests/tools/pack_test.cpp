@@ -72,7 +72,7 @@ TEST_F(Pack, StampComesFromTheEnvironmentOrTheClock) {
 }
 
 TEST_F(Pack, SignatureAndHeaderHoldForOthers) {
-    ASSERT_EQ(pack("--stamp 2026-03-09-42 --kind LATTICEDB --version-parts 258.3.4.5 --aux 6 "
+    ASSERT_EQ(pack("--stamp 2026-03-09-42 --kind LATTICEDB --version-parts=258.3.4.5 --aux 6 "
                    "--trailer build-7")
                   .status,
               0);
@@ -237,7 +237,7 @@ const refusal refused_options[] = {
     {"StampBefore2017", 2, ":", "is not valid", "--stamp 2016-12-31-00"},
     {"Kind", 2, ":", "--kind: morvantic", "--kind morvantic"},
     {"Encryption", 2, ":", "--encrypt", "--encrypt aes-512"},
-    {"VersionTooLarge", 2, ":", "is not four numbers", "--version-parts 1.256.0.0"},
+    {"VersionTooLarge", 2, ":", "is not four numbers", "--version-parts=1.256.0.0"},
     {"OutputThere", 2, "echo old >apps.pkg", "is there already"},
     {"OutputIsNoFile", 2, "mkfifo apps.pkg", "is not a file", "--force"},
 };

@@ -52,7 +52,7 @@ public:
     /// In the form that the child has given it.
     void script(std::string_view written) {
         if (m_options.json) {
-            m_json.written("");
+            m_json.skip_value();
             write_output(m_json.take());
         } else if (m_scripts != 0) {
             write_output("\n");

@@ -40,11 +40,6 @@ void json_writer::null() {
     m_text += "null";
 }
 
-void json_writer::written(std::string_view value) {
-    place();
-    m_text += value;
-}
-
 void json_writer::begin(char bracket, json_layout layout) {
     place();
     m_text += bracket;

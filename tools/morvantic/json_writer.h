@@ -32,8 +32,9 @@ public:
     void boolean(bool value);
     void null();
 
-    /// A value that another writer has written for this depth.
-    void written(std::string_view value);
+    /// Goes where a value belongs that another writer has written for this depth: it is to follow
+    /// what take() gives.
+    void skip_value() { place(); }
 
     void begin_object(json_layout layout = json_lines) { begin('{', layout); }
 
