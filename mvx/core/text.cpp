@@ -1,5 +1,6 @@
 #include "core/text.h"
 
+#include <algorithm>
 #include <iterator>
 #include <stdexcept>
 #include <utf8.h>
@@ -52,6 +53,19 @@ private:
     std::uint32_t m_pending = 0;
 };
 
+/// Compares by 16-bit units, one after another.
+bool units_less(std::wstring_view left, std::wstring_view right) {
+    unit_reader left_units(left);
+    unit_reader right_units(right);
+    for (;;) {
+        if (left_units.at_end()) return !right_units.at_end();
+        if (right_units.at_end()) return false;
+        const std::uint32_t left_unit = left_units.next();
+        const std::uint32_t right_unit = right_units.next();
+        if (left_unit != right_unit) return left_unit < right_unit;
+    }
+}
+
 /// Takes the code point at `pos` and moves past it, joining a surrogate pair.
 std::uint32_t take_code_point(std::wstring_view wide, std::size_t& pos) {
     const std::uint32_t value = value_of(wide[pos++]);
@@ -86,15 +100,15 @@ void append_lossy(std::uint32_t value, std::string& bytes) {
 } // namespace
 
 bool u16_less::operator()(std::wstring_view left, std::wstring_view right) const noexcept {
-    unit_reader left_units(left);
-    unit_reader right_units(right);
-    for (;;) {
-        if (left_units.at_end()) return !right_units.at_end();
-        if (right_units.at_end()) return false;
-        const std::uint32_t left_unit = left_units.next();
-        const std::uint32_t right_unit = right_units.next();
-        if (left_unit != right_unit) return left_unit < right_unit;
+    // Equal elements are equal units, so the first that differ decide.
+    const auto [l, r] = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
+    if (l == left.end() || r == right.end()) return r != right.end();
+    const std::uint32_t left_value = value_of(*l);
+    const std::uint32_t right_value = value_of(*r);
+    if (!is_supplementary(left_value) && !is_supplementary(right_value)) {
+        return left_value < right_value;
     }
+    return units_less({l, left.end()}, {r, right.end()});
 }
 
 std::wstring decode_path(std::string_view bytes) {

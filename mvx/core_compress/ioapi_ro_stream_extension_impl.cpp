@@ -79,7 +79,7 @@ int stream_error(voidpf /*opaque*/, voidpf /*handle*/) { return 0; }
 read_ahead::read_ahead(core::input_stream& source_stream)
     : stream(source_stream), position(source_stream.pos()), block(block_size) {}
 
-std::uint64_t read_ahead::read(std::uint8_t* target, std::uint64_t count) {
+std::uint64_t read_ahead::read_pieces(std::uint8_t* target, std::uint64_t count) {
     std::uint64_t done = 0;
     while (done != count && (in_block(position) || fill())) {
         const std::uint64_t offset = position - block_start;

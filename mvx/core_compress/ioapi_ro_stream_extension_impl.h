@@ -16,7 +16,14 @@ public:
     explicit read_ahead(core::input_stream& source_stream);
 
     /// Up to `count` bytes; fewer only where the stream gives no more.
-    std::uint64_t read(std::uint8_t* target, std::uint64_t count);
+    std::uint64_t read(std::uint8_t* target, std::uint64_t count) {
+        // minizip asks for a byte at a time.
+        if (count == 1 && in_block(position)) {
+            *target = block[position++ - block_start];
+            return 1;
+        }
+        return read_pieces(target, count);
+    }
 
     /// What the stream's own set_pos gives, though the stream is not asked within the block.
     bool set_pos(std::uint64_t target);
@@ -24,6 +31,8 @@ public:
     std::uint64_t pos() const noexcept { return position; }
 
 private:
+    std::uint64_t read_pieces(std::uint8_t* target, std::uint64_t count);
+
     /// Reads the block that holds the position. Blocks begin at multiples of their size, since
     /// minizip looks for the end of an archive backwards.
     bool fill();

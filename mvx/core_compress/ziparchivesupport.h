@@ -41,7 +41,9 @@ private:
 
 /// minizip's record of a member, with what the central directory says beyond it.
 struct member_record : ::unz_file_info64 {
-    std::uint64_t disk_offset;
+    bool encrypted() const noexcept { return (flag & 1) != 0; }
+
+    std::uint64_t disk_offset; // of the local header, in the source stream
 };
 
 } // namespace internals
@@ -67,27 +69,14 @@ public:
 /// What the central directory says about a member.
 class unz_file_info64 : public internals::__struct_wrapper__<internals::member_record> {
 public:
-    bool encrypted() const noexcept { return (get()->flag & 1) != 0; }
-
     /// Whether the name is UTF-8.
     bool utf8_name() const noexcept { return (get()->flag & 0x800) != 0; }
 
-    std::uint64_t flag() const noexcept { return get()->flag; }
-
-    std::uint64_t compression_method() const noexcept { return get()->compression_method; }
-
     std::uint32_t dos_date() const noexcept { return static_cast<std::uint32_t>(get()->dosDate); }
-
-    std::uint64_t crc() const noexcept { return get()->crc; }
-
-    std::uint64_t compressed_size() const noexcept { return get()->compressed_size; }
 
     std::uint64_t uncompressed_size() const noexcept { return get()->uncompressed_size; }
 
     std::uint64_t size_filename() const noexcept { return get()->size_filename; }
-
-    /// Of the member's local header, in the source stream.
-    std::uint64_t disk_offset() const noexcept { return get()->disk_offset; }
 
     /// Reads the member's central record at `record_pos` for what minizip leaves out: the local
     /// header's offset, and the sizes and the offset that a zip64 extra field holds. `prefix` is

@@ -1,6 +1,7 @@
 #include "core_compress/zipstreamdirectory.h"
 
 #include "core/logandrethrow.h"
+#include "core/text.h"
 #include "core_compress/inflaterinputstream.h"
 
 #include <algorithm>
@@ -10,17 +11,19 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <tuple>
 #include <unzip.h>
 #include <utility>
-#include <vector>
 
 // minizip lists the members, and that is all it is asked for: a member is opened by stepping past
 // its local header in a clone of the stream and cutting the view down to its data.
 
 namespace core {
 
+using zip::listed_member;
+using zip::member_table;
 using zip::ZipFilePointer;
 
 namespace {
@@ -32,29 +35,24 @@ constexpr std::uint64_t method_deflated = 8;
 
 constexpr std::uint64_t access_point_span = 1048576;
 
-// The fields in front of the lengths in a local header: signature, version, flags, method, time,
-// date, check value, compressed size, uncompressed size.
-constexpr std::array<std::uint64_t, 9> local_header_fields = {4, 2, 2, 2, 2, 2, 4, 4, 4};
-
-/// Throws as a typed read does. It is none, since a buffered stream swaps the bytes of a value
-/// across the end of its buffer.
-std::uint16_t read_local_length(input_stream& stream) {
-    return decode<std::uint16_t>(stream.read_bytes(sizeof(std::uint16_t)), encoding_little_endian);
-}
+// A local header begins with fields of fixed width, of which the lengths of name and extra fields,
+// two bytes each, are the last.
+constexpr std::size_t local_header_size = 30;
+constexpr std::size_t local_lengths = 26;
 
 /// Goes to the first byte of a member's data. The lengths in the central directory can differ from
-/// those in the local header, which count here.
-bool seek_to_data(input_stream& stream, const minizip::unz_file_info64& info) {
-    if (!stream.set_pos(info.disk_offset())) return false;
-    bool whole = true;
-    const auto step_over = [&](std::uint64_t count) { whole &= stream.skip(count) == count; };
-    for (const std::uint64_t width : local_header_fields)
-        step_over(width);
-    const std::uint16_t name_length = read_local_length(stream);
-    const std::uint16_t extra_length = read_local_length(stream);
-    step_over(name_length);
-    step_over(extra_length);
-    return whole;
+/// those in the local header, which count here. Throws if that header breaks off.
+bool seek_to_data(input_stream& stream, std::uint64_t local_header) {
+    if (!stream.set_pos(local_header)) return false;
+    std::array<std::uint8_t, local_header_size> header;
+    std::size_t got = 0;
+    while (const std::uint64_t more = stream.read_impl(header.data() + got, header.size() - got))
+        got += more;
+    const std::span<const std::uint8_t> whole(header.data(), got);
+    const auto lengths =
+        decode<std::uint32_t>(whole.subspan(std::min(local_lengths, got)), encoding_little_endian);
+    const std::uint64_t rest = (lengths & 0xFFFF) + (lengths >> 16);
+    return stream.skip(rest) == rest;
 }
 
 /// A member's name out of minizip's buffer, which it ends with a zero only where there is room.
@@ -71,21 +69,62 @@ void append_folder(std::wstring& path, const std::wstring& folder) {
 }
 
 /// What the archive says about a member's content, for comparison.
-auto content_key(const minizip::unz_file_info64& info) {
-    return std::tuple(info.disk_offset(), info.compressed_size(), info.uncompressed_size(),
-                      info.crc(), info.compression_method(), info.flag(), info.dos_date());
+auto content_key(const minizip::internals::member_record& record) {
+    return std::tuple(record.disk_offset, record.compressed_size, record.uncompressed_size,
+                      record.crc, record.compression_method, record.flag, record.dosDate);
 }
 
 /// Order of two entries of a listing: by name, then by content.
-template <class Entry>
-bool precedes(const Entry& left, const Entry& right) {
+bool precedes(const listed_member& left, const listed_member& right) {
     constexpr u16_less less;
-    if (less(left.first, right.first)) return true;
-    if (less(right.first, left.first)) return false;
-    return content_key(left.second.info) < content_key(right.second.info);
+    if (less(left.name, right.name)) return true;
+    if (less(right.name, left.name)) return false;
+    return content_key(*left.record) < content_key(*right.record);
 }
 
+/// Reads the records of an archive that minizip has open, one after the other.
+class record_reader {
+public:
+    /// `prefix` is the count of bytes in front of the archive.
+    record_reader(unzFile archive, minizip::read_ahead& ahead, std::uint64_t prefix)
+        : m_archive(archive), m_ahead(ahead), m_prefix(prefix) {}
+
+    /// Adds the current member to the table; folders are no members. False if its record cannot be
+    /// read. Throws what decode_utf8 throws.
+    bool add_current(member_table& members) {
+        *m_info.get() = {};
+        m_name.fill(0);
+        const int info_result = unzGetCurrentFileInfo64(m_archive, m_info.get(), m_name.data(),
+                                                        m_name.size(), nullptr, 0, nullptr, 0);
+        const int pos_result = unzGetFilePos64(m_archive, m_file_pos.get());
+        // The name is looked at before the results are: a bad one is reported all the same.
+        const std::wstring name = decode_name(m_name, m_info);
+        if (info_result != UNZ_OK || pos_result != UNZ_OK) return false;
+        const std::uint64_t record_pos = m_file_pos.pos_in_zip_directory() + m_prefix;
+        const bool complete =
+            log_and_swallow_all([&] { return m_info.complete(m_ahead, record_pos, m_prefix); });
+        if (!complete) return false;
+        if (!name.ends_with(L'/')) members.add(name, m_info, m_file_pos);
+        return true;
+    }
+
+private:
+    unzFile m_archive;
+    minizip::read_ahead& m_ahead;
+    std::uint64_t m_prefix;
+    minizip::unz_file_info64 m_info;
+    minizip::unz64_file_pos m_file_pos;
+    std::array<char, name_room> m_name;
+};
+
 } // namespace
+
+zip::ZipFilePointer::ZipFilePointer(const directory* archive, const listed_member& member,
+                                    std::wstring path)
+    : file_info(archive), name(std::move(path)) {
+    *file_pos.get() = *member.file_pos;
+    *info.get() = *member.record;
+}
 
 zip::ZipFilePointer::~ZipFilePointer() = default;
 
@@ -105,9 +144,9 @@ namespace internals {
 class _stream_zip_const_iterator_impl : public _const_iterator_impl {
 public:
     explicit _stream_zip_const_iterator_impl(const CZipStreamDirectory& archive)
-        : owner(&archive), prefix(archive.make_path(L"")), position(archive.entries.end()) {
-        for (auto entry = archive.entries.begin(); entry != archive.entries.end(); ++entry) {
-            if (!entry->first.starts_with(prefix)) continue;
+        : owner(&archive), prefix(archive.make_path(L"")), position(archive.entries->end()) {
+        for (auto entry = archive.entries->begin(); entry != archive.entries->end(); ++entry) {
+            if (!entry->name.starts_with(prefix)) continue;
             if (count == 0) position = entry;
             ++count;
         }
@@ -119,10 +158,10 @@ public:
             index = 0;
             return;
         }
-        while (position != owner->entries.end()) {
+        while (position != owner->entries->end()) {
             ++index;
             ++position;
-            if (position != owner->entries.end() && position->first.starts_with(prefix)) break;
+            if (position != owner->entries->end() && position->name.starts_with(prefix)) break;
         }
     }
 
@@ -131,18 +170,17 @@ public:
         while (index != before_first) {
             --index;
             --position;
-            if (position->first.starts_with(prefix)) break;
+            if (position->name.starts_with(prefix)) break;
         }
     }
 
     file_info_ptr dereference() override {
-        if (position == owner->entries.end()) {
+        if (position == owner->entries->end()) {
             assertion("false");
             return nullptr;
         }
-        auto entry = std::make_unique<make_smart_enabler<ZipFilePointer>>(position->second);
-        entry->name = position->first.substr(prefix.size());
-        return entry;
+        return std::make_unique<make_smart_enabler<ZipFilePointer>>(
+            owner->lister, *position, std::wstring(position->name.substr(prefix.size())));
     }
 
 private:
@@ -151,7 +189,7 @@ private:
 
     const CZipStreamDirectory* owner;
     std::wstring prefix;
-    decltype(CZipStreamDirectory::entries)::const_iterator position;
+    member_table::const_iterator position;
 };
 
 } // namespace internals
@@ -162,7 +200,19 @@ CZipStreamDirectory::CZipStreamDirectory(input_stream_ptr archive_stream)
 CZipStreamDirectory::CZipStreamDirectory(input_stream_ptr archive_stream, const std::wstring& base,
                                          const std::wstring& sub)
     : directory(std::move(archive_stream)), base_path(base), sub_path(sub) {
-    list();
+    const auto members = std::make_shared<member_table>();
+    const auto settle = [&] {
+        for (std::size_t doubles = members->settle(); doubles != 0; --doubles)
+            assertion("false");
+        entries = members;
+    };
+    try {
+        list(*members);
+    } catch (...) { // what was listed is reported on all the same
+        settle();
+        throw;
+    }
+    settle();
 }
 
 CZipStreamDirectory::~CZipStreamDirectory() = default;
@@ -173,7 +223,7 @@ directory_ptr CZipStreamDirectory::clone() const {
     });
 }
 
-void CZipStreamDirectory::list() {
+void CZipStreamDirectory::list(member_table& members) {
     if (!source) {
         status = status_not_an_archive;
         return;
@@ -183,53 +233,31 @@ void CZipStreamDirectory::list() {
     minizip::fill_ro_stream_filefunc64(*filefuncs.get(), *stream_holder.get());
     archive = minizip::open_archive(filefuncs);
     if (archive) {
-        list_members(ahead);
+        list_members(members, ahead);
     } else {
         status = status_not_an_archive;
     }
     stream_holder.get()->ahead = nullptr;
 }
 
-void CZipStreamDirectory::list_members(minizip::read_ahead& ahead) {
+void CZipStreamDirectory::list_members(member_table& members, minizip::read_ahead& ahead) {
     // Where minizip goes for the first record tells how many bytes stand in front of the archive.
     stream_holder.get()->note_seek = true;
     if (unzGoToFirstFile(archive.get()) != UNZ_OK) return;
     minizip::unz64_file_pos first;
     unzGetFilePos64(archive.get(), first.get());
     const std::uint64_t prefix = stream_holder.get()->noted_seek - first.pos_in_zip_directory();
+    record_reader records(archive.get(), ahead, prefix);
     do {
-        if (!list_member(ahead, prefix)) {
+        if (!records.add_current(members)) {
             status = status_broken_record;
             return;
         }
     } while (unzGoToNextFile(archive.get()) == UNZ_OK);
 }
 
-bool CZipStreamDirectory::list_member(minizip::read_ahead& ahead, std::uint64_t prefix) {
-    ZipFilePointer member(this);
-    std::array<char, name_room> name{};
-    const int info_result = unzGetCurrentFileInfo64(archive.get(), member.info.get(), name.data(),
-                                                    name.size(), nullptr, 0, nullptr, 0);
-    const int pos_result = unzGetFilePos64(archive.get(), member.file_pos.get());
-    // The name is looked at before the results are: a bad one is reported all the same.
-    member.name = decode_name(name, member.info);
-    if (info_result != UNZ_OK || pos_result != UNZ_OK) return false;
-    const std::uint64_t record_pos = member.file_pos.pos_in_zip_directory() + prefix;
-    const bool complete =
-        log_and_swallow_all([&] { return member.info.complete(ahead, record_pos, prefix); });
-    if (!complete) return false;
-    if (!member.name.ends_with(L'/')) add(member);
-    return true;
-}
-
-void CZipStreamDirectory::add(const ZipFilePointer& member) {
-    // The first of two members with one name stays.
-    if (!entries.try_emplace(member.name, member).second) assertion("false");
-}
-
-const ZipFilePointer* CZipStreamDirectory::find(const std::wstring& path) const {
-    const auto found = entries.find(make_path(path));
-    return found == entries.end() ? nullptr : &found->second;
+const listed_member* CZipStreamDirectory::find(const std::wstring& path) const {
+    return entries->find(make_path(path));
 }
 
 std::wstring CZipStreamDirectory::make_path(const std::wstring& path) const {
@@ -242,22 +270,21 @@ std::wstring CZipStreamDirectory::make_path(const std::wstring& path) const {
 bool CZipStreamDirectory::exists(const std::wstring& path) const { return find(path) != nullptr; }
 
 file_info_ptr CZipStreamDirectory::get_info(const std::wstring& path) const {
-    const ZipFilePointer* member = find(path);
+    const listed_member* member = find(path);
     if (member == nullptr) return nullptr;
-    auto entry = std::make_unique<make_smart_enabler<ZipFilePointer>>(*member);
-    if (!path.empty()) entry->name = path;
-    return entry;
+    return std::make_unique<make_smart_enabler<ZipFilePointer>>(
+        lister, *member, path.empty() ? std::wstring(member->name) : path);
 }
 
 input_stream_ptr CZipStreamDirectory::open(const std::wstring& path) const {
-    const ZipFilePointer* member = find(path);
+    const listed_member* member = find(path);
     if (member == nullptr) return nullptr;
-    const minizip::unz_file_info64& info = member->info;
-    if (info.encrypted()) {
+    const minizip::internals::member_record& record = *member->record;
+    if (record.encrypted()) {
         info_logger{} << "file encrypted: " << path;
         return nullptr;
     }
-    const std::uint64_t method = info.compression_method();
+    const auto method = std::uint64_t{record.compression_method};
     const bool supported = method == method_stored || method == method_deflated;
     input_stream_ptr data = supported && source ? source->clone() : nullptr;
     if (!data) { // the method is named for a failed clone too
@@ -265,13 +292,13 @@ input_stream_ptr CZipStreamDirectory::open(const std::wstring& path) const {
         assertion("false");
         return nullptr;
     }
-    if (!seek_to_data(*data, info)) {
+    if (!seek_to_data(*data, record.disk_offset)) {
         error_logger{} << "Internal error.";
         assertion("false");
         return nullptr;
     }
     if (!data->mark_begin()) assertion("rc");
-    if (!data->set_length(info.compressed_size())) assertion("rc");
+    if (!data->set_length(record.compressed_size)) assertion("rc");
     if (method == method_stored) return data;
     return InflaterInputStream::create(std::move(data), InflaterInputStream::raw_window_bits,
                                        access_point_span);
@@ -285,8 +312,8 @@ const_iterator CZipStreamDirectory::search(bool recursive) const {
 bool CZipStreamDirectory::operator==(const directory& other) const {
     const auto* archive_beside = dynamic_cast<const CZipStreamDirectory*>(&other);
     if (archive_beside == nullptr) return directory::operator==(other);
-    return std::equal(entries.begin(), entries.end(), archive_beside->entries.begin(),
-                      archive_beside->entries.end(), [](const auto& left, const auto& right) {
+    return std::equal(entries->begin(), entries->end(), archive_beside->entries->begin(),
+                      archive_beside->entries->end(), [](const auto& left, const auto& right) {
                           return !precedes(left, right) && !precedes(right, left);
                       });
 }
@@ -298,10 +325,9 @@ bool CZipStreamDirectory::operator!=(const directory& other) const {
 bool CZipStreamDirectory::operator<(const directory& other) const {
     const auto* archive_beside = dynamic_cast<const CZipStreamDirectory*>(&other);
     if (archive_beside == nullptr) return directory::operator<(other);
-    return std::lexicographical_compare(
-        entries.begin(), entries.end(), archive_beside->entries.begin(),
-        archive_beside->entries.end(),
-        [](const auto& left, const auto& right) { return precedes(left, right); });
+    return std::lexicographical_compare(entries->begin(), entries->end(),
+                                        archive_beside->entries->begin(),
+                                        archive_beside->entries->end(), precedes);
 }
 
 } // namespace core

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "core/directory.h"
-#include "core/text.h"
 #include "core_compress/ziparchivesupport.h"
+#include "core_compress/zipmembertable.h"
 
 #include <cstdint>
-#include <map>
+#include <memory>
 #include <string>
 
 namespace core {
@@ -22,6 +22,7 @@ class ZipFilePointer : public file_info {
 public:
     explicit ZipFilePointer(const directory* archive) : file_info(archive) {}
 
+    ZipFilePointer(const directory* archive, const listed_member& member, std::wstring path);
     ZipFilePointer(const ZipFilePointer&) = default;
     ~ZipFilePointer() override;
 
@@ -91,17 +92,15 @@ protected:
     std::wstring base_path;
     std::wstring sub_path;
     listing_status status = status_listed;
-    std::map<std::wstring, zip::ZipFilePointer, u16_less> entries;
+    std::shared_ptr<const zip::member_table> entries; // shared with clones
+    const CZipStreamDirectory* lister = this;         // the owner of all entries, also a clone's
 
 private:
     friend class internals::_stream_zip_const_iterator_impl;
 
-    void list();
-    void list_members(minizip::read_ahead& ahead);
-    /// False if the record cannot be read.
-    bool list_member(minizip::read_ahead& ahead, std::uint64_t prefix);
-    void add(const zip::ZipFilePointer& member);
-    const zip::ZipFilePointer* find(const std::wstring& path) const;
+    void list(zip::member_table& members);
+    void list_members(zip::member_table& members, minizip::read_ahead& ahead);
+    const zip::listed_member* find(const std::wstring& path) const;
     std::wstring make_path(const std::wstring& path) const;
 };
 

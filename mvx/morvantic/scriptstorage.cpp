@@ -53,7 +53,7 @@ void CScriptStorageCache::index_by_ending(std::wstring name) {
         {L".sc", &m_scripts}, {L".xq", &m_xquery}, {L".py", &m_python}, {L".xml", &m_xml}};
     for (const auto& [ending, names] : endings) {
         if (!name.ends_with(ending)) continue;
-        names->insert(std::move(name));
+        names->insert(names->end(), std::move(name)); // they mostly come in order
         return;
     }
 }

@@ -36,7 +36,7 @@ void CScriptStoragePackage::update() {
         if (!member) continue;
         std::wstring name = member->path();
         if (name.starts_with(L"Resources/")) {
-            m_resources.insert(std::move(name));
+            m_resources.insert(m_resources.end(), std::move(name));
         } else {
             index_by_ending(std::move(name));
         }

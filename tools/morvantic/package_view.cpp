@@ -159,11 +159,10 @@ public:
 
     std::vector<member> list() const {
         std::vector<member> result;
-        result.reserve(entries.size());
-        for (const auto& [name, entry] : entries) {
-            result.push_back({name, kind_of(name), entry.info.uncompressed_size(),
-                              entry.info.compressed_size(), entry.info.compression_method(),
-                              entry.info.flag(), entry.info.crc(), entry.info.disk_offset()});
+        for (const auto& [name, record, place] : *entries) {
+            result.push_back({std::wstring(name), kind_of(name), record->uncompressed_size,
+                              record->compressed_size, record->compression_method, record->flag,
+                              record->crc, record->disk_offset});
         }
         return result;
     }
