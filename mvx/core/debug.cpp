@@ -8,18 +8,16 @@
 #include <array>
 #include <atomic>
 #include <charconv>
-#include <cstdio>
+#include <ctime>
 #include <utility>
 
 namespace core {
 
 namespace {
 
+using internals::current_target;
+using internals::log_file;
 using internals::log_target;
-
-// Static storage, so that a host's own static constructor may call in. A plain pointer, since
-// nothing is destroyed at process end: whoever logs last still finds the log.
-constinit std::atomic<log_target*> current_target{nullptr};
 
 // Targets whose mutex is locked for good and cannot be destroyed.
 constinit log_target* retired_targets = nullptr;
@@ -27,12 +25,7 @@ constinit log_target* retired_targets = nullptr;
 constexpr std::array<std::string_view, 6> level_words = {"",          "FATAL    ", "ERROR    ",
                                                          "Warning  ", "Info     ", "Debug    "};
 
-log_target* usable_target() noexcept {
-    log_target* target = current_target.load(std::memory_order_acquire);
-    return target != nullptr && !target->ended() ? target : nullptr;
-}
-
-bool passes(std::int16_t level, const log_target& target) {
+bool passes(std::int16_t level, const log_target& target) noexcept {
     return level >= level_fatal && level <= level_debug &&
            level <= target.level.load(std::memory_order_relaxed) && target.file->is_open();
 }
@@ -56,11 +49,10 @@ std::string module_path(const char* file) {
 
 /// Four hexadecimal digits if the number fits in 16 bits, else eight.
 std::string thread_tag() {
-    std::array<char, 25> text{};
-    const int length = std::snprintf(text.data(), text.size(), "(0x%08x) ",
-                                     static_cast<unsigned>(current_thread_id()));
-    std::string tag(text.data(), static_cast<std::size_t>(length));
-    if (tag.starts_with("(0x0000")) tag.replace(0, 7, "(0x");
+    std::uint32_t id = current_thread_id();
+    std::string tag(id <= 0xFFFF ? "(0x0000) " : "(0x00000000) ");
+    for (auto digit = tag.rbegin() + 2; id != 0; ++digit, id >>= 4)
+        *digit = "0123456789abcdef"[id & 0xF];
     return tag;
 }
 
@@ -72,8 +64,7 @@ std::string decimal(Integer value) {
 }
 
 /// What "%f" gives, but free of the host's locale.
-template <class Floating>
-std::string fixed_point(Floating value) {
+std::string fixed_point(double value) {
     std::array<char, 400> text{}; // the longest double has 309 digits before the point
     const auto end =
         std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, 6)
@@ -81,8 +72,42 @@ std::string fixed_point(Floating value) {
     return {text.data(), end};
 }
 
+void write_place(log_file& file, std::string_view path, int line) {
+    if (path.empty()) return;
+    file.write(from_marker(path));
+    file.write("(");
+    file.write(decimal(line));
+    file.write("): ");
+}
+
+/// For a line that passes: runs the rotation check and writes the prefix. `path` makes the path of
+/// the line's place, and may run out of memory. Gives the file.
+template <class Path>
+log_file* begin_line(log_target& target, std::int16_t level, Path&& path, int line) {
+    log_file& file = *target.file;
+    // No lock guard: a rotation that fails leaves the mutex locked, and with it the log ended.
+    try {
+        if (file.is_full()) file.rotate();
+    } catch (...) {
+        target.end();
+        throw;
+    }
+    try {
+        file.start_line();
+        file.write(target.stamp.of(std::time(nullptr)));
+        file.write("  ");
+        file.write(thread_tag());
+        file.write(level_words[static_cast<std::size_t>(level)]);
+        write_place(file, path(), line);
+    } catch (...) { // out of memory: the line is lost, the log is not
+        target.unlock();
+        throw;
+    }
+    return &file;
+}
+
 void store_level(std::int16_t level) {
-    log_target* target = usable_target();
+    log_target* target = current_target.load(std::memory_order_acquire);
     if (target == nullptr || !target->lock()) return;
     target->level.store(level, std::memory_order_relaxed);
     target->unlock();
@@ -104,134 +129,52 @@ const char* exception::what() const noexcept {
 
 namespace internals {
 
-logger_interface::logger_interface(std::int16_t line_level, const wchar_t* file, int line)
-    : level(line_level), m_target(usable_target()) {
-    open_line([&] { return file == nullptr ? std::string() : encode_lossy(file); }, line);
+constinit std::atomic<log_target*> current_target{nullptr};
+
+logger_interface::held_line logger_interface::open_line(log_target& target, std::int16_t level,
+                                                        const wchar_t* file, int line) {
+    if (!target.lock()) return {};
+    if (!passes(level, target)) return {&target, nullptr};
+    const auto path = [&] { return file == nullptr ? std::string() : encode_lossy(file); };
+    return {&target, begin_line(target, level, path, line)};
 }
 
-logger_interface::logger_interface(std::int16_t line_level, source_place place)
-    : level(line_level), m_target(usable_target()) {
-    open_line([&] { return module_path(place.file()); }, place.line());
+logger_interface::held_line logger_interface::open_line(log_target& target, std::int16_t level,
+                                                        source_place place) {
+    if (!target.lock()) return {};
+    if (!passes(level, target)) return {&target, nullptr};
+    const auto path = [&] { return module_path(place.file()); };
+    return {&target, begin_line(target, level, path, place.line())};
 }
 
-logger_interface::~logger_interface() {
-    if (m_target == nullptr) return;
-    if (m_passes) m_target->file->end_line();
-    m_target->unlock();
+void logger_interface::close_line(held_line line) noexcept {
+    if (line.file != nullptr) line.file->end_line();
+    line.target->unlock();
 }
 
-template <class Place>
-void logger_interface::open_line(Place&& place, int line) {
-    if (m_target == nullptr) return;
-    if (!m_target->lock()) {
-        m_target = nullptr;
-        return;
-    }
-    if (!passes(level, *m_target)) return;
+void logger_interface::write(log_file& file, std::string_view text) { file.write(text); }
 
-    // No lock guard: a rotation that fails leaves the mutex locked, and with it the log ended.
-    try {
-        if (m_target->file->is_full()) m_target->file->rotate();
-    } catch (...) {
-        m_target->end();
-        throw;
-    }
-    try {
-        write_prefix(place(), line);
-    } catch (...) { // out of memory: the line is lost, the log is not
-        m_target->unlock();
-        throw;
-    }
-    m_passes = true;
+void logger_interface::write(log_file& file, std::wstring_view text) {
+    file.write(encode_lossy(text));
 }
 
-void logger_interface::write_prefix(std::string_view place, int line) {
-    std::string prefix = utc_stamp() + "  " + thread_tag();
-    prefix += level_words[static_cast<std::size_t>(level)];
-    if (!place.empty()) {
-        prefix += from_marker(place);
-        prefix += '(';
-        prefix += decimal(line);
-        prefix += "): ";
-    }
-    m_target->file->write(prefix);
+void logger_interface::write(log_file& file, const char* text) {
+    if (text != nullptr) file.write(text);
 }
 
-logger_interface& logger_interface::write(std::string_view text) {
-    if (m_passes) m_target->file->write(text);
-    return *this;
+void logger_interface::write(log_file& file, const wchar_t* text) {
+    if (text != nullptr) file.write(encode_lossy(text));
 }
 
-/// Makes the text only for a line that passes.
-template <class Make>
-logger_interface& logger_interface::write_made(Make&& make) {
-    if (m_passes) m_target->file->write(make());
-    return *this;
+void logger_interface::write(log_file& file, char value) { file.write({&value, 1}); }
+
+void logger_interface::write(log_file& file, long long value) { file.write(decimal(value)); }
+
+void logger_interface::write(log_file& file, unsigned long long value) {
+    file.write(decimal(value));
 }
 
-logger_interface& logger_interface::operator<<(const std::string& text) { return write(text); }
-
-logger_interface& logger_interface::operator<<(const std::wstring& text) {
-    return write_made([&] { return encode_lossy(text); });
-}
-
-logger_interface& logger_interface::operator<<(const char* text) {
-    return text == nullptr ? *this : write(text);
-}
-
-logger_interface& logger_interface::operator<<(const wchar_t* text) {
-    return text == nullptr ? *this : write_made([&] { return encode_lossy(text); });
-}
-
-logger_interface& logger_interface::operator<<(char value) { return write({&value, 1}); }
-
-logger_interface& logger_interface::operator<<(signed char value) {
-    return *this << static_cast<char>(value);
-}
-
-logger_interface& logger_interface::operator<<(unsigned char value) {
-    return *this << static_cast<char>(value);
-}
-
-logger_interface& logger_interface::operator<<(short value) {
-    return write_made([&] { return decimal(value); });
-}
-
-logger_interface& logger_interface::operator<<(unsigned short value) {
-    return write_made([&] { return decimal(value); });
-}
-
-logger_interface& logger_interface::operator<<(int value) {
-    return write_made([&] { return decimal(value); });
-}
-
-logger_interface& logger_interface::operator<<(unsigned int value) {
-    return write_made([&] { return decimal(value); });
-}
-
-logger_interface& logger_interface::operator<<(long value) {
-    return write_made([&] { return decimal(value); });
-}
-
-logger_interface& logger_interface::operator<<(unsigned long value) {
-    return write_made([&] { return decimal(value); });
-}
-
-logger_interface& logger_interface::operator<<(long long value) {
-    return write_made([&] { return decimal(value); });
-}
-
-logger_interface& logger_interface::operator<<(unsigned long long value) {
-    return write_made([&] { return decimal(value); });
-}
-
-logger_interface& logger_interface::operator<<(float value) {
-    return write_made([&] { return fixed_point(value); });
-}
-
-logger_interface& logger_interface::operator<<(double value) {
-    return write_made([&] { return fixed_point(value); });
-}
+void logger_interface::write(log_file& file, double value) { file.write(fixed_point(value)); }
 
 } // namespace internals
 

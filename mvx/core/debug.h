@@ -2,6 +2,7 @@
 
 #include "core/sourceplace.h"
 
+#include <atomic>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -41,59 +42,112 @@ enum log_level : std::int16_t {
 
 namespace internals {
 
+class log_file;
 class log_target;
 
+/// The open log, or null. A plain pointer in static storage: a host's own static constructor may
+/// call in, and since nothing is destroyed at process end, whoever logs last still finds the log.
+extern constinit std::atomic<log_target*> current_target;
+
 /// One line of the log. Construction locks the log and writes the prefix, the operators append,
-/// destruction ends the line and unlocks. Without an open log all of it does nothing.
+/// destruction ends the line and unlocks. Without an open log all of it does nothing. An operator
+/// that runs out of memory throws and adds nothing; the line ends with what it has.
 ///
 /// A logger is one statement, `error_logger{} << text;`: the log's mutex is held all along and is
 /// not recursive, so no operand may log, assert, or call what might.
 class logger_interface {
 public:
-    logger_interface(std::int16_t line_level, const wchar_t* file, int line);
-    logger_interface(std::int16_t line_level, source_place place);
+    logger_interface(std::int16_t line_level, const wchar_t* file, int line) : level(line_level) {
+        log_target* target = current_target.load(std::memory_order_acquire);
+        if (target != nullptr) m_line = open_line(*target, level, file, line);
+    }
+
+    logger_interface(std::int16_t line_level, source_place place) : level(line_level) {
+        log_target* target = current_target.load(std::memory_order_acquire);
+        if (target != nullptr) m_line = open_line(*target, level, place);
+    }
+
     logger_interface(const logger_interface&) = delete;
     logger_interface& operator=(const logger_interface&) = delete;
-    virtual ~logger_interface();
+
+    virtual ~logger_interface() {
+        if (m_line.target != nullptr) close_line(m_line);
+    }
 
     /// Narrow text goes to the file byte by byte, wide text as UTF-8; a null pointer writes
     /// nothing.
-    logger_interface& operator<<(const std::string& text);
-    logger_interface& operator<<(const std::wstring& text);
-    logger_interface& operator<<(const char* text);
-    logger_interface& operator<<(const wchar_t* text);
+    logger_interface& operator<<(const std::string& text) { return put<std::string_view>(text); }
+
+    logger_interface& operator<<(const std::wstring& text) { return put<std::wstring_view>(text); }
+
+    logger_interface& operator<<(const char* text) { return put(text); }
+
+    logger_interface& operator<<(const wchar_t* text) { return put(text); }
 
     /// A character, never a number.
-    logger_interface& operator<<(char value);
-    logger_interface& operator<<(signed char value);
-    logger_interface& operator<<(unsigned char value);
+    logger_interface& operator<<(char value) { return put(value); }
+
+    logger_interface& operator<<(signed char value) { return put(static_cast<char>(value)); }
+
+    logger_interface& operator<<(unsigned char value) { return put(static_cast<char>(value)); }
 
     /// Plain decimal.
-    logger_interface& operator<<(short value);
-    logger_interface& operator<<(unsigned short value);
-    logger_interface& operator<<(int value);
-    logger_interface& operator<<(unsigned int value);
-    logger_interface& operator<<(long value);
-    logger_interface& operator<<(unsigned long value);
-    logger_interface& operator<<(long long value);
-    logger_interface& operator<<(unsigned long long value);
+    logger_interface& operator<<(short value) { return put<long long>(value); }
+
+    logger_interface& operator<<(unsigned short value) { return put<long long>(value); }
+
+    logger_interface& operator<<(int value) { return put<long long>(value); }
+
+    logger_interface& operator<<(unsigned int value) { return put<long long>(value); }
+
+    logger_interface& operator<<(long value) { return put<long long>(value); }
+
+    logger_interface& operator<<(unsigned long value) { return put<unsigned long long>(value); }
+
+    logger_interface& operator<<(long long value) { return put(value); }
+
+    logger_interface& operator<<(unsigned long long value) { return put(value); }
 
     /// As "%f" prints in the classic locale: fixed, six digits after the point.
-    logger_interface& operator<<(float value);
-    logger_interface& operator<<(double value);
+    logger_interface& operator<<(float value) { return put<double>(value); }
+
+    logger_interface& operator<<(double value) { return put(value); }
 
 private:
+    /// The log that the line has locked, which one opened since is not, and its file if the line
+    /// passes.
+    struct held_line {
+        log_target* target = nullptr;
+        log_file* file = nullptr;
+    };
+
+    // None of these takes the logger itself: so without an open log the compiler can drop all of
+    // it but the test.
+
     /// Locks the log. For a line that passes, runs the rotation check and writes the prefix.
-    template <class Place>
-    void open_line(Place&& place, int line);
-    void write_prefix(std::string_view place, int line);
-    logger_interface& write(std::string_view text);
-    template <class Make>
-    logger_interface& write_made(Make&& make);
+    static held_line open_line(log_target& target, std::int16_t level, source_place place);
+    static held_line open_line(log_target& target, std::int16_t level, const wchar_t* file,
+                               int line);
+    static void close_line(held_line line) noexcept;
+
+    static void write(log_file& file, std::string_view text);
+    static void write(log_file& file, std::wstring_view text);
+    static void write(log_file& file, const char* text);
+    static void write(log_file& file, const wchar_t* text);
+    static void write(log_file& file, char value);
+    static void write(log_file& file, long long value);
+    static void write(log_file& file, unsigned long long value);
+    static void write(log_file& file, double value);
+
+    /// Makes the value's text only for a line that passes.
+    template <class Value>
+    logger_interface& put(const Value& value) {
+        if (m_line.file != nullptr) write(*m_line.file, value);
+        return *this;
+    }
 
     std::int16_t level;
-    log_target* m_target; // as it was at construction: a log opened since is not ours to unlock
-    bool m_passes = false;
+    held_line m_line;
 };
 
 } // namespace internals

@@ -1,21 +1,17 @@
 #include "core/logfile.h"
 
 #include "core/fsfailure.h"
-#include "core/platform.h"
 #include "core/text.h"
 
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
-#include <ios>
-#include <locale>
 #include <optional>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 
-// The file is a narrow stream: a wide one stops for ever at the first character that its locale
-// cannot narrow. Wide text is encoded before it gets here.
+// The file is bytes on a descriptor. A wide stream stops for ever at the first character that its
+// locale cannot narrow; wide text is encoded before it gets here.
 
 namespace core::internals {
 
@@ -23,6 +19,7 @@ namespace {
 
 constexpr std::uint64_t size_limit = 10'485'760; // bytes; a log of this size turns over
 constexpr long wait_slice_ns = 50'000'000;       // how often a waiting thread looks for the end
+constexpr std::size_t room_kept = 64 * 1024;     // for the next line, after a longer one
 
 std::string encoded(const std::wstring& path) {
     std::optional<std::string> bytes = encode_path(path);
@@ -60,33 +57,27 @@ log_file::log_file(const std::wstring& log_path)
 
 void log_file::open_stream() {
     if (m_file.is_open()) return;
-    const int number = open_for_append(m_log_path.native());
-    m_file = decltype(m_file)(number, std::ios::out | std::ios::app | std::ios::binary);
-    if (!m_file.is_open()) {
-        if (number >= 0) ::close(number);
+    if (m_file.open_to_append(m_log_path.native()) != 0) {
         throw log_failure("Failed to open log file.");
     }
-    m_file.pubimbue(std::locale::classic()); // bytes are bytes, whatever the host's locale does
-    m_stream.clear();
+    m_failed = false;
 }
 
-bool log_file::is_full() const noexcept {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(m_log_path, error);
-    return !error && size >= size_limit;
-}
+bool log_file::is_full() const noexcept { return size_of(m_log_path.native()) >= size_limit; }
 
 void log_file::write(std::string_view bytes) {
-    m_stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    m_line.reserve(m_line.size() + bytes.size() + 1); // the end of the line must not fail
+    m_line += bytes;
 }
 
-void log_file::end_line() {
-    m_stream.put('\n');
-    m_stream.flush();
+void log_file::end_line() noexcept {
+    m_line += '\n';
+    if (!m_failed) m_failed = !m_file.write(m_line);
+    if (m_line.capacity() > room_kept) m_line = std::string();
 }
 
-void log_file::close() {
-    if (m_file.is_open() && m_file.close() == nullptr) m_stream.setstate(std::ios::failbit);
+void log_file::close() noexcept {
+    if (!m_file.close()) m_failed = true;
 }
 
 void log_file::rotate() {
@@ -117,7 +108,7 @@ log_target::log_target(std::unique_ptr<log_file> opened) : file(std::move(opened
 
 log_target::~log_target() { pthread_mutex_destroy(&m_mutex); }
 
-bool log_target::lock() {
+bool log_target::wait_for_lock() {
     int result = EBUSY;
     while (!ended()) {
         result = pthread_mutex_trylock(&m_mutex);
@@ -130,8 +121,6 @@ bool log_target::lock() {
     }
     return false;
 }
-
-void log_target::unlock() noexcept { pthread_mutex_unlock(&m_mutex); }
 
 std::unique_ptr<log_target> make_log_target(const wchar_t* folder, const wchar_t* file_name) {
     const std::wstring folder_path(folder);

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "core/platform.h"
+
 #include <atomic>
 #include <cstdint>
 #include <exception>
-#include <ext/stdio_filebuf.h>
 #include <filesystem>
 #include <memory>
-#include <ostream>
 #include <pthread.h>
 #include <string>
 #include <string_view>
@@ -24,7 +24,8 @@ private:
     const char* m_text;
 };
 
-/// The log on disk: continued across runs, turned over into one backup at the size limit.
+/// The log on disk: continued across runs, turned over into one backup at the size limit. A line is
+/// gathered in memory and goes out in one piece at its end.
 class log_file {
 public:
     /// Opens nothing yet; the folder must be there.
@@ -33,7 +34,7 @@ public:
     /// Opens for appending. Throws log_failure.
     void open_stream();
 
-    bool is_open() const { return m_file.is_open(); }
+    bool is_open() const noexcept { return m_file.is_open(); }
 
     /// Whether the file has reached its limit. A size that cannot be learned counts as 0.
     bool is_full() const noexcept;
@@ -41,15 +42,24 @@ public:
     /// Turns the file over. Throws.
     void rotate();
 
+    /// Drops what there is of a line that was not ended.
+    void start_line() noexcept { m_line.clear(); }
+
+    /// Adds to the line. Out of memory throws, and leaves the line as it was.
     void write(std::string_view bytes);
-    void end_line();
-    void close();
+
+    /// Writes the line out. A write that fails, or comes short, is the last one: what is left of
+    /// the line and all later lines are lost until the file is opened anew.
+    void end_line() noexcept;
+
+    void close() noexcept;
 
 private:
     std::filesystem::path m_log_path; // made of bytes: no wide path reaches the library
     std::filesystem::path m_backup_path;
-    __gnu_cxx::stdio_filebuf<char> m_file; // over a descriptor that a child does not inherit
-    std::ostream m_stream{&m_file};
+    file_descriptor m_file;
+    bool m_failed = false; // open as it may be, the file takes nothing any more
+    std::string m_line;    // keeps its room from line to line
 };
 
 /// What every thread of the process logs through.
@@ -62,8 +72,9 @@ public:
 
     /// Locks, and says whether that worked: false once a failed rotation has ended the log. Throws
     /// std::system_error if the thread holds the lock already.
-    bool lock();
-    void unlock() noexcept;
+    bool lock() { return (!ended() && pthread_mutex_trylock(&m_mutex) == 0) || wait_for_lock(); }
+
+    void unlock() noexcept { pthread_mutex_unlock(&m_mutex); }
 
     /// Ends the log for good. The mutex stays locked; who waits for it gives up.
     void end() noexcept { m_ended.store(true, std::memory_order_release); }
@@ -72,9 +83,12 @@ public:
 
     std::unique_ptr<log_file> file;
     std::atomic<std::int16_t> level{4};
+    utc_stamp stamp; // under the lock
     log_target* next_retired = nullptr;
 
 private:
+    bool wait_for_lock();
+
     pthread_mutex_t m_mutex;
     std::atomic<bool> m_ended{false};
 };

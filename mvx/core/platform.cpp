@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <ctime>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -56,18 +55,24 @@ std::uint32_t current_thread_id() noexcept {
     return kept_id.id;
 }
 
-std::string utc_stamp() {
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    gmtime_r(&now, &parts);
-    char text[50];
-    const std::size_t length = std::strftime(text, sizeof text, "%FT%TZ", &parts);
-    if (length >= 19 && text[10] == 'T') text[10] = ' ';
-    return {text, length};
+std::string_view utc_stamp::of(std::time_t second) noexcept {
+    if (second != m_second || m_length == 0) {
+        std::tm parts{};
+        gmtime_r(&second, &parts);
+        m_length = std::strftime(m_text.data(), m_text.size(), "%FT%TZ", &parts);
+        if (m_length >= 19 && m_text[10] == 'T') m_text[10] = ' ';
+        m_second = second;
+    }
+    return {m_text.data(), m_length};
 }
 
-int open_for_append(const std::string& path) noexcept {
-    return open_descriptor(path, O_WRONLY | O_APPEND | O_CREAT);
+std::uint64_t size_of(const std::string& path) noexcept {
+    // The size alone: once a file's times were asked for, Linux gives its next write a finer stamp
+    // of its own, which costs as much as the write.
+    struct statx status {};
+
+    if (::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_SIZE, &status) != 0) return 0;
+    return S_ISREG(status.stx_mode) ? status.stx_size : 0;
 }
 
 std::optional<std::int64_t> seconds_of(const std::string& path, file_time which) noexcept {
@@ -121,6 +126,12 @@ int file_descriptor::open(const std::string& path) noexcept {
     return 0;
 }
 
+int file_descriptor::open_to_append(const std::string& path) noexcept {
+    close();
+    m_number = open_descriptor(path, O_WRONLY | O_APPEND | O_CREAT);
+    return is_open() ? 0 : errno;
+}
+
 file_descriptor file_descriptor::duplicate(int& error) const noexcept {
     file_descriptor second;
     second.m_number = ::fcntl(m_number, F_DUPFD_CLOEXEC, 0);
@@ -128,8 +139,8 @@ file_descriptor file_descriptor::duplicate(int& error) const noexcept {
     return second;
 }
 
-void file_descriptor::close() noexcept {
-    if (m_number >= 0) ::close(std::exchange(m_number, -1));
+bool file_descriptor::close() noexcept {
+    return !is_open() || ::close(std::exchange(m_number, -1)) == 0;
 }
 
 file_descriptor::outcome file_descriptor::size() const noexcept {
@@ -150,6 +161,14 @@ file_descriptor::outcome file_descriptor::read_at(void* buffer, std::uint64_t co
     } while (got < 0 && errno == EINTR);
     if (got < 0) return {0, errno};
     return {static_cast<std::uint64_t>(got), 0};
+}
+
+bool file_descriptor::write(std::string_view bytes) const noexcept {
+    ssize_t put = 0;
+    do {
+        put = ::write(m_number, bytes.data(), bytes.size());
+    } while (put < 0 && errno == EINTR);
+    return put >= 0 && static_cast<std::size_t>(put) == bytes.size();
 }
 
 } // namespace core

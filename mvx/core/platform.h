@@ -1,21 +1,33 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <ctime>
 #include <optional>
 #include <pthread.h>
 #include <string>
+#include <string_view>
 
 namespace core {
 
 /// Number of the calling thread, as the kernel counts threads. Right after a fork too.
 std::uint32_t current_thread_id() noexcept;
 
-/// The time of day as UTC text: "2026-11-12 08:15:30Z".
-std::string utc_stamp();
+/// A time as UTC text, "2026-11-12 08:15:30Z". Keeps the text of one second, for the many times
+/// that it is asked for again.
+class utc_stamp {
+public:
+    /// Lives until the next call.
+    std::string_view of(std::time_t second) noexcept;
 
-/// Opens a file to append to, made if need be, with no waiting for a peer. The number of the
-/// descriptor, or -1.
-int open_for_append(const std::string& path) noexcept;
+private:
+    std::time_t m_second = 0;
+    std::size_t m_length = 0; // 0 before the first call
+    std::array<char, 50> m_text{};
+};
+
+/// Length of the regular file at this path, links followed. 0 for anything else, and for nothing.
+std::uint64_t size_of(const std::string& path) noexcept;
 
 enum file_time : std::uint8_t {
     file_time_creation,
@@ -44,7 +56,7 @@ private:
     pthread_rwlock_t m_lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
 };
 
-/// Owns a descriptor open for reading. All calls restart when a signal interrupts them.
+/// Owns a descriptor. All calls restart when a signal interrupts them.
 class file_descriptor {
 public:
     file_descriptor() noexcept = default;
@@ -62,18 +74,26 @@ public:
     /// Opens for reading, with no waiting for a peer. Folders are refused. 0 or an error number.
     int open(const std::string& path) noexcept;
 
+    /// Opens for appending, the file made if need be, with no waiting for a peer. 0 or an error
+    /// number.
+    int open_to_append(const std::string& path) noexcept;
+
     /// A second descriptor of the same open file. Not open if it cannot be had; `error` says why.
     file_descriptor duplicate(int& error) const noexcept;
 
     bool is_open() const noexcept { return m_number >= 0; }
 
-    void close() noexcept;
+    /// Whether the system closed it without an error; it is closed in any case.
+    bool close() noexcept;
 
     /// Length of a regular file; 0 for anything else.
     outcome size() const noexcept;
 
     /// One read at `position` that leaves no trace in the open file.
     outcome read_at(void* buffer, std::uint64_t count, std::uint64_t position) const noexcept;
+
+    /// Whether one write took all the bytes. Some may be out even if not.
+    bool write(std::string_view bytes) const noexcept;
 
 private:
     int m_number = -1;

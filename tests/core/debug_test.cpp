@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
+#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace core;
@@ -135,6 +136,26 @@ TEST(Log, TurnsOverAtTheByte) {
     std::filesystem::remove(log.path());
     info_logger{} << "into the open file, which has no size";
     EXPECT_FALSE(std::filesystem::exists(log.path() + ".bak"));
+}
+
+TEST(Log, ShortWriteIsTheLastUntilTheTurnover) {
+    log_capture log;
+    info_logger{} << "whole";
+    const std::uintmax_t size = std::filesystem::file_size(log.path());
+    rlimit unlimited{};
+    getrlimit(RLIMIT_FSIZE, &unlimited);
+    const rlimit nearly_reached{size + 10, unlimited.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &nearly_reached);
+    info_logger{} << "cut";
+    setrlimit(RLIMIT_FSIZE, &unlimited);
+    info_logger{} << "lost, for all the room there is again";
+    EXPECT_EQ(std::filesystem::file_size(log.path()), size + 10);
+
+    std::filesystem::resize_file(log.path(), turnover);
+    info_logger{} << std::string(100'000, 'x');
+    info_logger{} << "anew";
+    EXPECT_EQ(log.lines().size(), 2u);
+    EXPECT_EQ(log.count("anew"), 1);
 }
 
 TEST(Log, LoggerOwnsTheLogForItsLife) {
