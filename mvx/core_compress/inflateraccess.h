@@ -21,6 +21,8 @@ class CAccess {
 public:
     bool empty() const noexcept { return points.empty(); }
 
+    void clear() noexcept { points.clear(); }
+
     /// The point at the very start of a stream, with no history.
     void add_start();
 

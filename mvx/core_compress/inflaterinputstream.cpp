@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <span>
 #include <strings.h>
 #include <utility>
 #include <zlib.h>
@@ -28,13 +29,14 @@ constexpr int unused_bits_mask = 7;
 
 constexpr int byte_bits = 8;
 
+/// Brings a control block to the start of a stream. One that zlib has initialised keeps its memory.
 int start_inflation(z_stream& control, std::int32_t window_bits) {
-    inflateEnd(&control);
+    control.avail_in = 0;
+    control.avail_out = 0;
+    if (control.state != Z_NULL) return inflateReset2(&control, window_bits);
     control.zalloc = Z_NULL;
     control.zfree = Z_NULL;
     control.opaque = Z_NULL;
-    control.avail_in = 0;
-    control.avail_out = 0;
     return inflateInit2(&control, window_bits);
 }
 
@@ -80,7 +82,8 @@ InflaterInputStream::InflaterInputStream(control_block control, input_stream_ptr
                                          std::int32_t bits, std::uint64_t point_span)
     : buffered_input_stream(std::move(inner_stream), output_block), stream(std::move(control)),
       access(std::make_shared<CAccess>()), span(point_span), input(input_block), window_bits(bits) {
-    if (build_index()) reset();
+    const bool rewindable = has_inner() && inner->is_seekable() && inner->pos() == 0;
+    if (build_index(rewindable && bits == raw_window_bits)) reset();
 }
 
 InflaterInputStream::InflaterInputStream(const InflaterInputStream& source)
@@ -107,16 +110,92 @@ input_stream_ptr InflaterInputStream::clone() const {
     });
 }
 
-bool InflaterInputStream::build_index() {
+bool InflaterInputStream::build_index(bool may_run_ahead) {
     const bool inflating = !index_complete && !at_end;
     while (inflating && !at_end) {
         // In construction this is the class's own fill, as is meant.
         if (!fill_buffer()) return false; // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall)
+        if (!at_end && std::exchange(may_run_ahead, false)) run_ahead();
     }
     if (inflating) total_size = total_out;
     building_index = false;
     index_complete = true;
-    if (inflating) reset();
+    if (!first_pass.empty()) {
+        start_replay();
+    } else if (inflating) {
+        reset();
+    }
+    return true;
+}
+
+// The first pass over sound data need not go block by block: behind the first block it inflates
+// into larger pieces, and notes the same access points. Data that do not come to a sound end are
+// gone through once more, block by block, for what is said of them and where the stream then
+// stands.
+
+void InflaterInputStream::run_ahead() {
+    if (inflate_ahead()) {
+        at_end = true;
+        clear_buffer();
+        if (total_out > internals_zlib::inflated_copy::largest_kept) first_pass.clear();
+        return;
+    }
+    first_pass.clear();
+    access->clear();
+    inner->set_pos(0);
+    start_inflation(*stream, window_bits);
+    total_in = total_out = last_point_out = 0;
+    clear_buffer();
+}
+
+bool InflaterInputStream::inflate_ahead() {
+    const std::span<std::uint8_t> first_room = first_pass.room_behind(0);
+    std::copy(buffer.begin(), buffer.end(), first_room.begin());
+    for (;;) {
+        refill_input();
+        if (stream->avail_out == 0) {
+            const std::span<std::uint8_t> room = first_pass.room_behind(total_out);
+            stream->next_out = room.data();
+            stream->avail_out = static_cast<uInt>(room.size());
+        }
+        const std::uint64_t out_before = total_out;
+        const int status = inflate_some();
+        if (status == Z_STREAM_END) return true;
+        if (status != Z_OK) return false;
+        // Block by block, a buffer that was full before this call would have been started anew.
+        const bool block_is_full = total_out % buffer.size() == 0 && total_out != out_before;
+        if (at_access_point()) add_point_ahead(block_is_full);
+    }
+}
+
+void InflaterInputStream::add_point_ahead(bool block_is_full) {
+    const auto history = first_pass.part(total_out - buffer.size(), buffer.size());
+    access->add(total_out, total_in, stream->data_type & unused_bits_mask, history,
+                block_is_full ? 0 : history.size());
+    last_point_out = total_out;
+}
+
+/// Makes the first pass's bytes the next blocks, from the start.
+void InflaterInputStream::start_replay() {
+    total_out = 0;
+    at_end = false;
+    replay_block();
+}
+
+/// Leaves all as if the block had been inflated once more.
+bool InflaterInputStream::replay_block() {
+    start_block();
+    const auto count =
+        static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), total_size - total_out));
+    const auto block = first_pass.part(total_out, count);
+    std::copy(block.begin(), block.end(), buffer.begin());
+    total_out += count;
+    buffer_len = count;
+    stream->next_out += count;
+    stream->avail_out -= static_cast<uInt>(count);
+    // The end is seen only behind a block with room left.
+    at_end = stream->avail_out != 0;
+    if (at_end) first_pass.clear();
     return true;
 }
 
@@ -166,6 +245,7 @@ bool InflaterInputStream::survives_failure(int status) {
 
 bool InflaterInputStream::fill_buffer() {
     if (at_end) return false;
+    if (!first_pass.empty()) return replay_block();
     if (building_index && window_bits == raw_window_bits && access->empty()) access->add_start();
     for (;;) {
         refill_input();
@@ -220,6 +300,7 @@ bool InflaterInputStream::seek_inner(std::uint64_t target) {
     if (!index_complete && !build_index() && !at_end) return false;
     if (access->empty() || !has_inner()) return false;
 
+    first_pass.clear();
     const access_point& point = access->nearest(target);
     restart_at(point);
     for (std::uint64_t blocks = (target - point.out) / buffer.size() + 1; blocks != 0; --blocks) {
@@ -233,12 +314,26 @@ bool InflaterInputStream::seek_inner(std::uint64_t target) {
     return true;
 }
 
+/// Hands out whole blocks of a replay without the buffer, but for the last: that stays in it for a
+/// short seek back. Returns how many bytes.
+std::uint64_t InflaterInputStream::replay_into(std::uint8_t* target, std::uint64_t count) {
+    if (first_pass.empty() || buffered_available() != 0) return 0;
+    const std::uint64_t blocks = std::min(count, total_size - total_out) / buffer.size();
+    if (blocks < 2) return 0;
+    const auto direct = static_cast<std::size_t>((blocks - 1) * buffer.size());
+    const auto bytes = first_pass.part(total_out, direct);
+    std::copy(bytes.begin(), bytes.end(), target);
+    total_out += direct;
+    return direct;
+}
+
 std::uint64_t InflaterInputStream::read_impl(std::uint8_t* target, std::uint64_t count) {
     // Without an index the content has no size, and its view no end that a read could heed.
     const std::uint64_t wanted = index_complete ? std::min(count, remaining()) : 0;
     std::uint64_t total = 0;
     while (total != wanted && ensure_data()) {
         total += take_buffered(target + total, wanted - total);
+        total += replay_into(target + total, wanted - total);
     }
     output_count += total;
     return total;

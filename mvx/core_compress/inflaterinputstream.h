@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/bufferedinputstream.h"
+#include "core_compress/inflatedcopy.h"
 #include "core_compress/inflateraccess.h"
 
 #include <cstdint>
@@ -27,6 +28,9 @@ using control_block = std::unique_ptr<z_stream_s, end_inflation>;
 /// Construction inflates the whole source once and notes access points on the way; a seek goes back
 /// to the nearest one and inflates forward from there. Bad data leave a stream of size 0; data that
 /// break off inside a block are waited for without end.
+///
+/// What the first pass inflates is kept, up to 4 MiB, for a reader that goes through the content in
+/// order: it need not be inflated again. A seek beyond the buffer lets go of it.
 class InflaterInputStream : public buffered_input_stream {
 public:
     /// Window bits of bare deflate data, with neither header nor check value.
@@ -62,7 +66,13 @@ protected:
     bool fill_buffer() override;
 
 private:
-    bool build_index();
+    bool build_index(bool may_run_ahead = false);
+    void run_ahead();
+    bool inflate_ahead();
+    void add_point_ahead(bool block_is_full);
+    void start_replay();
+    bool replay_block();
+    std::uint64_t replay_into(std::uint8_t* target, std::uint64_t count);
     void refill_input();
     void start_block();
     int inflate_some();
@@ -84,6 +94,7 @@ private:
     bool at_end = false;
     std::vector<std::uint8_t> input;
     std::int32_t window_bits;
+    internals_zlib::inflated_copy first_pass; // while it is replayed; a clone has none
 };
 
 } // namespace core

@@ -122,6 +122,108 @@ TEST(InflaterInputStream, PointWhereTheBufferIsFullHasNoHistory) {
     }
 }
 
+/// Gives little at a time, and once nothing, beyond a place. Sound as the data are, the first pass
+/// then goes over them block by block, and keeps nothing.
+class drying_stream : public fuel_stream {
+public:
+    drying_stream(const bytes& content, std::uint64_t place, std::uint64_t most_each)
+        : fuel_stream(content, std::make_shared<fuel_tank>()), m_place(place) {
+        most = most_each;
+    }
+
+    core::input_stream_ptr clone() const override {
+        return std::make_unique<core::make_smart_enabler<drying_stream>>(*this);
+    }
+
+    std::uint64_t read_impl(std::uint8_t* buffer, std::uint64_t count) override {
+        if (pos() >= m_place && !std::exchange(m_was_dry, true)) return 0;
+        return fuel_stream::read_impl(buffer, count);
+    }
+
+protected:
+    drying_stream(const drying_stream&) = default;
+
+private:
+    std::uint64_t m_place;
+    bool m_was_dry = false;
+};
+
+/// One operation on a stream, and all that shows of it.
+std::string shown_by(core::input_stream_ptr& stream, std::mt19937 random) {
+    const std::uint64_t where = random() % 3 == 0 ? random() % 9 * 32768 : random() % 300000;
+    const std::uint64_t count = random() % 3 == 0 ? 100000 : random() % 40000;
+    std::string shown;
+    switch (random() % 7) {
+    case 0:
+        shown = std::to_string(stream->set_pos(where));
+        break;
+    case 1:
+        shown = std::to_string(stream->prev(count));
+        break;
+    case 2:
+        shown = std::to_string(stream->read_uint32(7u, core::encoding_little_endian));
+        break;
+    case 3:
+        stream = stream->clone();
+        break;
+    default:
+        shown = stream->read_string(count);
+    }
+    return shown + " at " + std::to_string(stream->pos());
+}
+
+TEST(InflaterInputStream, WhatTheFirstPassKeptShowsNowhere) {
+    for (unsigned seed = 0; seed != 80; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const std::string content =
+            content_of(content_kind(seed % 3), 32768 + random() % 3 * 65536 + random() % 2 * 777);
+        // Blocks that end at a full buffer too, so that points without history are among them.
+        const std::size_t block_end = 32768 * (1 + random() % 4) - random() % 2;
+        const bytes packed =
+            deflated(content, {static_cast<int>(random() % 10), raw, block_end % content.size()});
+        const std::uint64_t most_each = seed % 2 == 0 ? 1 : 1 + packed.size() / 50;
+        const auto drying_at = [&](std::uint64_t place) {
+            return InflaterInputStream::create(
+                std::make_unique<drying_stream>(packed, place, most_each), raw, 1000);
+        };
+        core::input_stream_ptr kept = drying_at(packed.size() + 1);
+        core::input_stream_ptr not_kept = drying_at(packed.size() / 10 * 9);
+        for (int step = 0; step != 12; ++step) {
+            const std::mt19937 operation(static_cast<unsigned>(random()));
+            log_capture log;
+            const std::string expected = shown_by(not_kept, operation);
+            const auto expected_lines = log.summary();
+            ASSERT_EQ(shown_by(kept, operation), expected) << "step " << step;
+            ASSERT_EQ(log.lines().size(), 2 * expected_lines.size());
+        }
+    }
+}
+
+TEST(InflaterInputStream, ContentIsInflatedOnceForAReaderInOrder) {
+    for (const std::size_t size : {50000u, 4194304u, 4194305u}) {
+        const std::string content = content_of(noise, size);
+        const auto tank = std::make_shared<fuel_tank>();
+        const auto stream = InflaterInputStream::create(
+            std::make_unique<fuel_stream>(deflated(content), tank), raw, 1u << 20);
+        const std::uint64_t reads = tank->reads;
+        EXPECT_EQ(stream->read_string(40000) + stream->read_string(size), content);
+        EXPECT_EQ(tank->reads == reads, size <= 4194304) << size;
+        EXPECT_TRUE(stream->set_pos(0));
+        EXPECT_EQ(stream->read_string(size), content);
+        EXPECT_GT(tank->reads, reads);
+    }
+}
+
+TEST(InflaterInputStream, ReaderBehindItsViewGetsNoMoreThanThereIs) {
+    const std::string content = content_of(text, 100000);
+    const auto stream = inflating(deflated(content));
+    EXPECT_TRUE(stream->set_length(10));
+    EXPECT_TRUE(stream->set_pos(8));
+    stream->read_uint32(core::encoding_little_endian);
+    EXPECT_EQ(stream->read_string(1000000), content.substr(12));
+}
+
 TEST(InflaterInputStream, RefusedByZlib) {
     EXPECT_EQ(inflating(bytes(9), 99), nullptr);
     try {
