@@ -47,8 +47,7 @@ void CScriptStoragePackage::update() {
 core::input_stream_ptr CScriptStoragePackage::open_stream(EScriptFileKind /*kind*/,
                                                           const std::wstring& name) {
     return opened([&]() -> core::input_stream_ptr {
-        if (!m_directory || !m_directory->exists(name)) return nullptr;
-        return m_directory->open(name);
+        return m_directory ? m_directory->open(name) : nullptr;
     });
 }
 
