@@ -111,6 +111,16 @@ bool u16_less::operator()(std::wstring_view left, std::wstring_view right) const
     return units_less({l, left.end()}, {r, right.end()});
 }
 
+std::uint64_t leading_units(std::wstring_view text) noexcept {
+    unit_reader units(text);
+    std::uint64_t joined = 0;
+    for (int i = 0; i != 4; ++i) {
+        const std::uint32_t unit = units.at_end() ? 0 : units.next();
+        joined = joined << 16 | std::min<std::uint32_t>(unit, 0xFFFF);
+    }
+    return joined;
+}
+
 std::wstring decode_path(std::string_view bytes) {
     std::wstring wide;
     wide.reserve(bytes.size());

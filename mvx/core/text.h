@@ -18,6 +18,10 @@ struct u16_less {
     bool operator()(std::wstring_view left, std::wstring_view right) const noexcept;
 };
 
+/// The first four 16-bit units as one number, zeros for those that are not there. Of two names
+/// without a NUL, the one with the smaller number is the smaller.
+std::uint64_t leading_units(std::wstring_view text) noexcept;
+
 using name_set = std::set<std::wstring, u16_less>;
 
 /// Bytes to wide. Valid UTF-8 becomes code points; a byte that is part of no valid sequence becomes

@@ -33,16 +33,42 @@ void member_table::add(std::wstring_view name, const minizip::unz_file_info64& i
 
 std::size_t member_table::settle() {
     // Archives are mostly written in the order of their names.
-    if (!std::is_sorted(members.begin(), members.end(), before)) {
-        std::stable_sort(members.begin(), members.end(), before);
-    }
+    if (!std::is_sorted(members.begin(), members.end(), before)) sort();
     const auto same_name = [](const listed_member& left, const listed_member& right) {
         return !before(left, right);
     };
     const auto doubles = std::unique(members.begin(), members.end(), same_name);
     const auto dropped = static_cast<std::size_t>(members.end() - doubles);
     members.erase(doubles, members.end());
+    members.shrink_to_fit();
     return dropped;
+}
+
+/// Most comparisons are decided by the units behind what all names begin with, which lie at hand;
+/// the names themselves are spread over memory.
+void member_table::sort() {
+    struct keyed_member {
+        std::uint64_t key;
+        listed_member member;
+    };
+
+    std::wstring_view common = members.front().name;
+    for (const listed_member& member : members) {
+        const auto differs =
+            std::mismatch(common.begin(), common.end(), member.name.begin(), member.name.end());
+        common = {common.begin(), differs.first};
+    }
+    std::vector<keyed_member> keyed;
+    keyed.reserve(members.size());
+    for (const listed_member& member : members)
+        keyed.push_back({leading_units(member.name.substr(common.size())), member});
+    std::stable_sort(keyed.begin(), keyed.end(),
+                     [](const keyed_member& left, const keyed_member& right) {
+                         if (left.key != right.key) return left.key < right.key;
+                         return before(left.member, right.member);
+                     });
+    std::transform(keyed.begin(), keyed.end(), members.begin(),
+                   [](const keyed_member& sorted) { return sorted.member; });
 }
 
 const listed_member* member_table::find(std::wstring_view name) const {

@@ -38,6 +38,7 @@ public:
     const_iterator end() const noexcept { return members.end(); }
 
 private:
+    void sort();
     template <class T>
     const T* keep(const T* first, std::size_t count);
 
