@@ -10,7 +10,7 @@ namespace core {
 
 buffered_input_stream::buffered_input_stream(input_stream_ptr inner_stream, std::size_t buffer_size)
     : inner(std::move(inner_stream)),
-      buffer(log_and_rethrow([&] { return std::vector<std::uint8_t>(buffer_size); })) {}
+      buffer(log_and_rethrow([&] { return byte_buffer(buffer_size); })) {}
 
 buffered_input_stream::buffered_input_stream(buffered_input_stream&& source) noexcept
     : input_stream(source), inner(std::move(source.inner)), buffer(std::move(source.buffer)),

@@ -3,9 +3,37 @@
 #include "core/inputstream.h"
 
 #include <cstdint>
+#include <memory>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace core {
+
+namespace internals {
+
+/// Leaves the bytes of a new container as they come: they are written before they are read.
+template <class T>
+struct unfilled_allocator : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = unfilled_allocator<U>;
+    };
+
+    template <class U>
+    void construct(U* place) noexcept {
+        ::new (static_cast<void*>(place)) U;
+    }
+
+    template <class U, class... Args>
+    void construct(U* place, Args&&... args) {
+        std::construct_at(place, std::forward<Args>(args)...);
+    }
+};
+
+} // namespace internals
+
+using byte_buffer = std::vector<std::uint8_t, internals::unfilled_allocator<std::uint8_t>>;
 
 /// Keeps a block of an inner stream in memory, so that a typed read costs no call to it. Also the
 /// base of streams that produce their bytes a block at a time: they replace fill_buffer, and as a
@@ -69,7 +97,7 @@ protected:
     std::uint64_t take_buffered(std::uint8_t* target, std::uint64_t count);
 
     input_stream_ptr inner;
-    std::vector<std::uint8_t> buffer;
+    byte_buffer buffer;
     std::uint64_t buffer_pos = 0; // next unread byte; the bytes before it stay valid
     std::uint64_t buffer_len = 0; // valid bytes
 

@@ -13,9 +13,11 @@ void CAccess::add(std::uint64_t out, std::uint64_t in, std::int32_t bits,
     access_point point{out, in, bits, std::vector<std::uint8_t>(ring.size())};
     // Where the buffer is exactly full the history stays all zeros.
     if (left != 0) {
-        const auto newer = std::copy(ring.end() - static_cast<std::ptrdiff_t>(left), ring.end(),
-                                     point.window.begin());
-        std::copy(ring.begin(), ring.end() - static_cast<std::ptrdiff_t>(left), newer);
+        const auto older = ring.last(left);
+        const auto newer = ring.first(ring.size() - left);
+        // In the first round nothing older has been written yet.
+        if (out >= ring.size()) std::copy(older.begin(), older.end(), point.window.begin());
+        std::copy(newer.rbegin(), newer.rend(), point.window.rbegin());
     }
     points.push_back(std::move(point));
 }

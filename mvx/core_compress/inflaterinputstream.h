@@ -92,7 +92,7 @@ private:
     bool building_index = true;
     bool index_complete = false;
     bool at_end = false;
-    std::vector<std::uint8_t> input;
+    byte_buffer input;
     std::int32_t window_bits;
     internals_zlib::inflated_copy first_pass; // while it is replayed; a clone has none
 };
