@@ -65,9 +65,6 @@ basic_variant::basic_variant(const basic_variant& other)
     : content(other.content ? other.content->clone() : nullptr), type_hash(other.type_hash),
       m_kind(other.m_kind) {}
 
-basic_variant::basic_variant(basic_variant&& other) noexcept
-    : content(std::move(other.content)), type_hash(other.type_hash), m_kind(other.m_kind) {}
-
 basic_variant& basic_variant::operator=(const basic_variant& other) {
     return *this = basic_variant(other);
 }
@@ -80,6 +77,11 @@ basic_variant& basic_variant::operator=(basic_variant&& other) noexcept {
 }
 
 basic_variant::~basic_variant() = default;
+
+void basic_variant::fail_cast(const std::type_info& wanted) {
+    assertion("false");
+    throw exception(std::string("Failed to cast to type: ") + wanted.name());
+}
 
 /// Reads a number as it stands behind the holder's table pointer, whatever its type.
 bool basic_variant::reread_number(void* target, std::size_t size) const noexcept {

@@ -41,7 +41,8 @@ variant_kind kind_of_type(std::uint64_t type_hash);
 
 template <class T>
 std::uint64_t hash_of() noexcept {
-    return typeid(T).hash_code();
+    static const std::uint64_t hash = typeid(T).hash_code();
+    return hash;
 }
 
 } // namespace internals
@@ -55,10 +56,21 @@ public:
 
     /// A kind of 0 is replaced by that of the type; any other is kept, whatever the type.
     template <class T>
-    basic_variant(variant_kind given_kind, T value);
+    basic_variant(variant_kind given_kind, T value)
+        : basic_variant(given_kind, std::in_place_type<T>, std::move(value)) {}
+
+    /// Makes the value where it stays, from what makes a T.
+    template <class T, class Source>
+    basic_variant(variant_kind given_kind, std::in_place_type_t<T>, Source&& source)
+        : content(std::make_unique<holder<T>>(std::in_place, std::forward<Source>(source))),
+          type_hash(internals::hash_of<T>()),
+          m_kind(given_kind != variant_unknown ? given_kind : internals::kind_of_type(type_hash)) {}
 
     basic_variant(const basic_variant& other);
-    basic_variant(basic_variant&& other) noexcept;
+
+    basic_variant(basic_variant&& other) noexcept
+        : content(std::move(other.content)), type_hash(other.type_hash), m_kind(other.m_kind) {}
+
     basic_variant& operator=(const basic_variant& other);
     basic_variant& operator=(basic_variant&& other) noexcept;
     virtual ~basic_variant();
@@ -85,6 +97,12 @@ public:
     template <class T>
     const T* held() const noexcept;
 
+    /// As held, but throws as cast does.
+    template <class T>
+    T& get();
+    template <class T>
+    const T& get() const;
+
 private:
     struct placeholder {
         placeholder() = default;
@@ -104,6 +122,7 @@ private:
     template <class List>
     static void empty_list(List& list) noexcept;
 
+    [[noreturn]] static void fail_cast(const std::type_info& wanted);
     bool cast_into(bool& target) const;
     bool cast_into(long long& target) const;
     bool cast_into(std::string& target) const;
@@ -119,23 +138,19 @@ private:
 
 template <class T>
 struct basic_variant::holder final : placeholder {
-    explicit holder(T its_value) : value(std::move(its_value)) {}
+    template <class Source>
+    holder(std::in_place_t, Source&& source) : value(std::forward<Source>(source)) {}
 
     ~holder() override {
         if constexpr (internals::is_nested_list<T>) empty_list(value);
     }
 
     std::unique_ptr<placeholder> clone() const override {
-        return std::make_unique<holder<T>>(copy_of(value));
+        return std::make_unique<holder<T>>(std::in_place, copy_of(value));
     }
 
     T value;
 };
-
-template <class T>
-basic_variant::basic_variant(variant_kind given_kind, T value)
-    : content(std::make_unique<holder<T>>(std::move(value))), type_hash(internals::hash_of<T>()),
-      m_kind(given_kind != variant_unknown ? given_kind : internals::kind_of_type(type_hash)) {}
 
 template <class T>
 T* basic_variant::held() noexcept {
@@ -151,12 +166,21 @@ template <class T>
 T basic_variant::cast() const {
     return log_and_rethrow([&] {
         T target{};
-        if (!cast_into(target)) {
-            assertion("false");
-            throw exception(std::string("Failed to cast to type: ") + typeid(T).name());
-        }
+        if (!cast_into(target)) fail_cast(typeid(T));
         return target;
     });
+}
+
+template <class T>
+T& basic_variant::get() {
+    return const_cast<T&>(std::as_const(*this).get<T>());
+}
+
+template <class T>
+const T& basic_variant::get() const {
+    const T* exact = held<T>();
+    if (exact == nullptr) log_and_rethrow([] { fail_cast(typeid(T)); });
+    return *exact;
 }
 
 template <class T>

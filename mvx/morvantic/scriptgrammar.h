@@ -1,11 +1,14 @@
 #pragma once
 
+#include "morvantic/scriptvalues.h"
+#include "morvantic/wordindex.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
-// The words of the script language and where each may stand: data only.
+// The words of the script language and where each may stand: data, and how a word is found.
 
 namespace engine {
 
@@ -53,13 +56,17 @@ constexpr std::string_view word_of(EKeyword keyword) noexcept {
     return keyword_words[static_cast<std::size_t>(keyword)];
 }
 
+inline constexpr word_index<keyword_words.size()> keyword_finder(keyword_words);
+
 /// Exact and case-sensitive; keyword_none for any other text.
 constexpr EKeyword keyword_from_string(std::string_view text) noexcept {
-    for (std::size_t i = 1; i != keyword_words.size(); ++i) {
-        if (text == keyword_words[i]) return static_cast<EKeyword>(i);
-    }
-    return keyword_none;
+    return static_cast<EKeyword>(keyword_finder.find(text));
 }
+
+// The vocabularies by a text that needs no end of its own; 0 for any other text.
+EEnumValue enum_value_of(std::string_view name) noexcept;
+EObjectType object_type_of(std::string_view name) noexcept;
+EFunctionType function_type_of(std::string_view name) noexcept;
 
 /// Where a name may stand already.
 enum name_place : std::uint8_t {

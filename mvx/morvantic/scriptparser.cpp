@@ -16,15 +16,22 @@ namespace engine {
 
 namespace {
 
+/// "Package(8, 3)"
+std::string spelled(const CTextContext& context) {
+    if (!context.has_place) return context.text;
+    return context.text + "(" + std::to_string(context.line) + ", " +
+           std::to_string(context.column) + ")";
+}
+
 /// "Parser error(12, 4): message", then the call stack on a line of its own.
 std::string diagnostic(const char* severity, const std::string& message,
-                       const std::vector<std::string>& callstack, std::uint64_t line,
+                       const std::vector<CTextContext>& callstack, std::uint64_t line,
                        std::uint64_t column, std::uint64_t extra, const char* last_entry) {
     std::string text = severity + ("(" + std::to_string(line)) + ", ";
     if (extra != 0 && column != 0) text += std::to_string(extra) + "-";
     text += std::to_string(column) + "): " + message + "\n    Callstack: ";
-    for (const std::string& entry : callstack)
-        text += entry + " -> ";
+    for (const CTextContext& entry : callstack)
+        text += spelled(entry) + " -> ";
     return text + last_entry + "\n";
 }
 
@@ -35,7 +42,7 @@ CScriptParser::CScriptParser(CScriptImpl* script, const std::wstring& script_nam
         python_namespaces.insert("default");
         stream = CScriptStorage::instance().open_script(script_name);
         if (!stream) throw core::exception("Script not found.");
-        callstack.push_back(core::narrow_low_bytes(script_name));
+        callstack.emplace_back(core::narrow_low_bytes(script_name));
     });
 }
 
@@ -70,20 +77,17 @@ void CScriptParser::parse_content(CScriptSection* section) {
 void CScriptParser::set_position(const CTextPosition& target) {
     token_start = target;
     token = 0;
-    current_char = ' ';
-    previous_char = ' ';
-    position = target;
+    if (cursor == block_end) --cursor;
+    block[cursor - block] = ' ';
+    block_offset = target.offset - static_cast<std::uint64_t>(cursor - block);
+    line_number = target.line;
+    column_origin = target.offset - target.column;
     stream->set_pos(target.offset);
     refill();
-    token_text.clear();
+    token_text = {};
 }
 
-void CScriptParser::push_context(std::string_view text, std::uint64_t line, std::uint64_t column) {
-    callstack.push_back(std::string(text) + "(" + std::to_string(line) + ", " +
-                        std::to_string(column) + ")");
-}
-
-void CScriptParser::parser_error(const std::string& message, std::vector<std::string>& callstack,
+void CScriptParser::parser_error(const std::string& message, std::vector<CTextContext>& callstack,
                                  std::uint64_t line, std::uint64_t column, std::uint64_t extra) {
     const std::string text =
         diagnostic("Parser error", message, callstack, line, column, extra, "Error");
@@ -92,7 +96,7 @@ void CScriptParser::parser_error(const std::string& message, std::vector<std::st
 }
 
 void CScriptParser::parser_warning(const std::string& message,
-                                   const std::vector<std::string>& callstack, std::uint64_t line,
+                                   const std::vector<CTextContext>& callstack, std::uint64_t line,
                                    std::uint64_t column, std::uint64_t extra) {
     const std::string text =
         diagnostic("Parser warning", message, callstack, line, column, extra, "Warning");
@@ -100,8 +104,8 @@ void CScriptParser::parser_warning(const std::string& message,
     core::info_logger{} << text;
 }
 
-void CScriptParser::fail(const std::string& message) {
-    parser_error(message, callstack, token_start.line, token_start.column - 1, 0);
+void CScriptParser::fail(std::string_view message) {
+    parser_error(std::string(message), callstack, token_start.line, token_start.column - 1, 0);
 }
 
 void CScriptParser::warn(const std::string& message) {

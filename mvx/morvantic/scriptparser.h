@@ -15,7 +15,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -47,6 +46,21 @@ struct CTextPosition {
     std::uint64_t column = 0;
 };
 
+/// What a diagnostic names as the place of a problem: a construct of the script and where it
+/// begins, or the script itself, which has no such place. Put into words only if a problem comes
+/// up.
+struct CTextContext {
+    CTextContext(std::string_view its_text) : text(its_text) {}
+
+    CTextContext(std::string_view its_text, std::uint64_t its_line, std::uint64_t its_column)
+        : text(its_text), line(its_line), column(its_column), has_place(true) {}
+
+    std::string text;
+    std::uint64_t line = 0;
+    std::uint64_t column = 0;
+    bool has_place = false;
+};
+
 /// Reads one script, in two passes at different times: scan_sections finds where each section's
 /// body starts, parse_section runs the grammar of one section on demand. Belongs to one thread at
 /// a time. A parse failure travels as core::exception with the whole diagnostic as its text.
@@ -68,8 +82,13 @@ public:
     using value_list = std::vector<value>;
     using string_list = std::vector<std::string>;
 
+    using arguments_ptr = std::unique_ptr<CScriptArguments>;
+
     /// Opens the named script. Throws "Script not found.".
     CScriptParser(CScriptImpl* script, const std::wstring& script_name);
+
+    CScriptParser(const CScriptParser&) = delete;
+    CScriptParser& operator=(const CScriptParser&) = delete;
 
     // Outline
     void scan_sections();
@@ -92,15 +111,15 @@ public:
 
     // Diagnostics: a text that ends in the call stack. Error texts are thrown, warnings logged.
     [[noreturn]] static void parser_error(const std::string& message,
-                                          std::vector<std::string>& callstack, std::uint64_t line,
+                                          std::vector<CTextContext>& callstack, std::uint64_t line,
                                           std::uint64_t column, std::uint64_t extra);
     static void parser_warning(const std::string& message,
-                               const std::vector<std::string>& callstack, std::uint64_t line,
+                               const std::vector<CTextContext>& callstack, std::uint64_t line,
                                std::uint64_t column, std::uint64_t extra);
 
     std::int32_t current_token() const noexcept { return token; }
 
-    const std::string& current_text() const noexcept { return token_text; }
+    std::string_view current_text() const noexcept { return token_text; }
 
     const CTextPosition& current_start() const noexcept { return token_start; }
 
@@ -150,7 +169,6 @@ private:
     string_list parse_string_list_property();
 
     // Body
-    using arguments_ptr = std::unique_ptr<CScriptArguments>;
     using nested_lists = std::vector<arguments_ptr>;
     using pair_list = std::vector<std::pair<std::string, std::string>>;
 
@@ -166,11 +184,11 @@ private:
     void parse_object_statement(CScriptBody& body, nested_lists& nested);
     function_call parse_function_declaration();
     value_list parse_argument_list();
-    std::optional<value> parse_value(std::string& called);
-    std::optional<value> parse_named_value(std::string& called);
-    value parse_enum(const std::string& prefix);
-    value parse_integer();
-    value parse_string_list_value();
+    bool parse_value(value_list& values, std::string& called);
+    bool parse_named_value(value_list& values, std::string& called);
+    void parse_enum(value_list& values, std::string name);
+    void parse_integer(value_list& values);
+    void parse_string_list_value(value_list& values);
     string_list parse_string_list(char close, bool allow_empty);
     pair_list parse_pair_list(char close);
     void expect_list_separator(char close);
@@ -189,36 +207,54 @@ private:
     void add_analyzer_name(const std::string& name);
     void add_global_constant(const constant& added);
     void add_local_constant(const constant& added);
-    std::string resolve_constant(const std::string& name);
+    const std::string& resolve_constant(const std::string& name);
 
     // Tokens
-    std::int32_t read_byte();
+    CTextPosition position() const noexcept;
     void refill();
+
+    std::int32_t current_char() const noexcept { return static_cast<std::int8_t>(*cursor); }
+
+    std::uint8_t step_to(const std::uint8_t* at);
+    template <std::uint8_t bytes>
+    void read_text(const std::uint8_t* first);
+    template <std::uint8_t bytes>
+    void read_more_text();
+    void keep_text();
     std::int32_t read_word();
     std::int32_t read_quoted();
     std::int32_t read_number();
     bool skip_comment();
+    void skip_block_comment();
 
     // The two ways in which the grammar reads a token. They differ after a lone slash.
-    void expect_next(std::int32_t kind, std::string_view message);
-    void expect_current(std::int32_t kind, std::string_view message);
+    void expect_next(std::int32_t kind, std::string_view message) {
+        if (next_token() != kind) fail(message);
+    }
+
+    void expect_current(std::int32_t kind, std::string_view message) {
+        if (token != kind) fail(message);
+    }
 
     /// The whole text as a decimal number. An odd byte can pass for a number with other text.
     template <class Number>
-    Number to_number(const std::string& digits) {
+    Number to_number(std::string_view digits) {
         Number number = 0;
         const char* end = digits.data() + digits.size();
         const auto [stop, error] = std::from_chars(digits.data(), end, number);
         if (error != std::errc() || stop != end) {
-            fail(digits + " is not a valid decimal integer number");
+            fail(std::string(digits) + " is not a valid decimal integer number");
         }
         return number;
     }
 
     // Diagnostics at the current token
-    [[noreturn]] void fail(const std::string& message);
+    [[noreturn]] void fail(std::string_view message);
     void warn(const std::string& message);
-    void push_context(std::string_view text, std::uint64_t line, std::uint64_t column);
+
+    void push_context(std::string_view text, std::uint64_t line, std::uint64_t column) {
+        callstack.emplace_back(text, line, column);
+    }
 
     /// Runs the work inside a context of the call stack. The context is popped on the normal path
     /// alone: an exception that is not ours leaves the call stack as it stands. A host that calls
@@ -230,6 +266,11 @@ private:
         if (!callstack.empty()) callstack.pop_back();
     }
 
+    static constexpr std::uint8_t stop_byte = 0xFF; // which ends every run of bytes
+
+    /// Bytes of the stream, with the one before them in front and the stop byte behind.
+    using text_block = std::array<std::uint8_t, 1 + 1024 + 1>;
+
     CScriptImpl* owner;
     core::input_stream_ptr stream;
     std::map<section_key, CTextPosition> section_heads;
@@ -237,16 +278,18 @@ private:
     std::set<std::string> python_namespaces;
     std::map<std::string, std::string> global_constants;
     std::map<std::string, std::string> local_constants;
-    std::vector<std::string> callstack;
+    std::vector<CTextContext> callstack;
     CTextPosition token_start;
     std::int32_t token = 0;
-    std::int32_t current_char = ' ';
-    std::int32_t previous_char = ' ';
-    std::array<std::uint8_t, 1024> buffer{};
-    std::uint64_t buffer_index = 0;
-    std::uint64_t buffer_fill = 0;
-    CTextPosition position{0, 1, 1};
-    std::string token_text;
+    std::string_view token_text; // in the block, or in what is kept of an earlier one
+    std::string kept_text;
+    std::array<text_block, 2> blocks{text_block{' ', stop_byte}}; // by turns
+    std::uint8_t* block = blocks.front().data();
+    const std::uint8_t* cursor = block;        // the current byte, or the end if there is none
+    const std::uint8_t* block_end = block + 1; // its stop byte
+    std::uint64_t block_offset = 0;            // in the stream
+    std::uint64_t line_number = 1;
+    std::uint64_t column_origin = ~std::uint64_t{0}; // the offset at which the column is 0
 };
 
 } // namespace engine

@@ -41,15 +41,23 @@ CScriptArgumentCallback& callback_of(CScriptArgument& argument) {
     return *callback;
 }
 
-/// A list on its way to the host, with the two arguments of the call whose inner list comes first.
+/// A list on its way to the host.
 struct pending_list {
     explicit pending_list(CScriptParser::value_list parsed)
         : values(std::move(parsed)), arguments(std::make_unique<CScriptArguments>(values.size())) {}
 
     CScriptParser::value_list values;
     std::size_t next = 0;
-    std::unique_ptr<CScriptArguments> arguments;
-    std::optional<CScriptArgument> call;
+    CScriptParser::arguments_ptr arguments;
+};
+
+/// A call whose inner list comes first, and the list that the call's two arguments go to.
+struct open_call {
+    open_call(pending_list list, CScriptArgument call_itself)
+        : outer(std::move(list)), call(std::move(call_itself)) {}
+
+    pending_list outer;
+    CScriptArgument call;
     std::optional<CScriptArgument> call_arguments;
 };
 
@@ -57,18 +65,17 @@ struct pending_list {
 
 CScriptParser::arguments_ptr CScriptParser::build_arguments(value_list values,
                                                             nested_lists& nested) {
-    std::vector<pending_list> pending;
-    pending.emplace_back(std::move(values));
+    pending_list list(std::move(values));
+    std::vector<open_call> calls;
     for (;;) {
-        pending_list& list = pending.back();
         if (list.next != list.values.size()) {
             value& parsed = list.values[list.next++];
             CScriptArgument argument = owner->owner->create_argument();
             check_kind(parsed);
             if (parsed.first == argument_function) {
-                list.call.emplace(std::move(argument));
-                list.call_arguments.emplace(owner->owner->create_argument());
-                pending.emplace_back(open_function(*list.call, parsed.second));
+                open_call& opened = calls.emplace_back(std::move(list), std::move(argument));
+                opened.call_arguments.emplace(owner->owner->create_argument());
+                list = pending_list(open_function(opened.call, parsed.second));
             } else {
                 deliver(parsed, argument);
                 list.arguments->insert(argument);
@@ -76,16 +83,15 @@ CScriptParser::arguments_ptr CScriptParser::build_arguments(value_list values,
             continue;
         }
         arguments_ptr complete = std::move(list.arguments);
-        pending.pop_back();
-        if (pending.empty()) return complete;
+        if (calls.empty()) return complete;
 
-        pending_list& outer = pending.back();
+        open_call& closed = calls.back();
         CScriptArguments* inner = nested.emplace_back(std::move(complete)).get();
-        callback_of(*outer.call_arguments).set_arguments(inner);
-        outer.arguments->insert(*outer.call);
-        if (outer.call_arguments->initialized()) outer.arguments->insert(*outer.call_arguments);
-        outer.call_arguments.reset();
-        outer.call.reset();
+        callback_of(*closed.call_arguments).set_arguments(inner);
+        list = std::move(closed.outer);
+        list.arguments->insert(closed.call);
+        if (closed.call_arguments->initialized()) list.arguments->insert(*closed.call_arguments);
+        calls.pop_back();
     }
 }
 
@@ -98,15 +104,14 @@ void CScriptParser::check_kind(const value& parsed) {
 /// Names the call to the host and gives the values of its own list.
 CScriptParser::value_list CScriptParser::open_function(CScriptArgument& call,
                                                        core::basic_variant& variant) {
-    value_list* held = variant.held<value_list>();
-    // Moved out: a cast would copy all that is nested in it, at every level.
-    value_list values = held != nullptr ? std::move(*held) : variant.cast<value_list>();
+    // Moved out: a copy would take all that is nested in it along, at every level.
+    value_list values = std::move(variant.get<value_list>());
     if (values.empty()) fail("Function name missing");
     const auto& [type, name] = values.back();
     if (type != argument_string && name.kind() != core::variant_text) {
         fail("Last argument must be function name as String");
     }
-    callback_of(call).set_function(name.cast<std::string>().c_str());
+    callback_of(call).set_function(name.get<std::string>().c_str());
     values.pop_back();
     return values;
 }
@@ -116,19 +121,19 @@ void CScriptParser::deliver(const value& parsed, CScriptArgument& argument) {
     CScriptArgumentCallback& callback = callback_of(argument);
     switch (type) {
     case argument_bool:
-        return callback.set_bool(variant.cast<bool>());
+        return callback.set_bool(variant.get<bool>());
     case argument_integer:
     case argument_enum:
-        return callback.set_int(variant.cast<long long>());
+        return callback.set_int(variant.get<long long>());
     case argument_constant: // the host sees a plain string
-        return callback.set_string(resolve_constant(variant.cast<std::string>()).c_str());
+        return callback.set_string(resolve_constant(variant.get<std::string>()).c_str());
     case argument_string:
-        return callback.set_string(variant.cast<std::string>().c_str());
+        return callback.set_string(variant.get<std::string>().c_str());
     case argument_analyzer:
-        return callback.set_analyzer(variant.cast<std::string>().c_str());
+        return callback.set_analyzer(variant.get<std::string>().c_str());
     case argument_string_list:
         callback.list_begin();
-        for (const std::string& text : variant.cast<string_list>()) {
+        for (const std::string& text : variant.get<string_list>()) {
             callback.list_add(text.c_str());
         }
         return callback.list_end();

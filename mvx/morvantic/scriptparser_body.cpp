@@ -2,8 +2,6 @@
 
 #include "morvantic/scriptbody.h"
 
-#include <optional>
-
 // The Script section: what is to be done, pushed into the host's body statement by statement.
 //
 //     const table = "messages";
@@ -19,8 +17,19 @@ namespace engine {
 
 namespace {
 
-CScriptParser::value text_value(CScriptParser::EArgumentTypes type, std::string text) {
-    return {type, core::basic_variant(core::variant_text, std::move(text))};
+/// Makes the value in its place, from what makes a T.
+template <class T, class Source>
+void add_value(CScriptParser::value_list& values, CScriptParser::EArgumentTypes type,
+               core::variant_kind kind, Source&& source) {
+    if (values.capacity() == 0) values.reserve(4); // as most calls have no more
+    values.emplace_back(
+        type, core::basic_variant(kind, std::in_place_type<T>, std::forward<Source>(source)));
+}
+
+template <class Source>
+void add_text(CScriptParser::value_list& values, CScriptParser::EArgumentTypes type,
+              Source&& text) {
+    add_value<std::string>(values, type, core::variant_text, std::forward<Source>(text));
 }
 
 } // namespace
@@ -56,8 +65,8 @@ void CScriptParser::parse_global_function(CScriptBody& body, nested_lists& neste
 /// SqliteAnalyzer<>() { ... }
 void CScriptParser::parse_object(CScriptBody& body) {
     arguments_ptr arguments; // outlives the contexts
-    const std::string word = token_text;
-    const EObjectType type = CObjectValue::get_obj_type(word.c_str());
+    const std::string word(token_text);
+    const EObjectType type = object_type_of(word);
     if (type != object_unknown) {
         in_context(word, [&] { arguments = parse_typed_object(body, "", type); });
         return;
@@ -67,8 +76,8 @@ void CScriptParser::parse_object(CScriptBody& body) {
         add_analyzer_name(word);
         expect_next('=', "Expected '=' after object declaration");
         expect_next(token_identifier, "Expected identifier after object declaration");
-        const std::string type_word = token_text;
-        const EObjectType named_type = CObjectValue::get_obj_type(type_word.c_str());
+        const std::string type_word(token_text);
+        const EObjectType named_type = object_type_of(type_word);
         if (named_type == object_unknown) fail("Unknown object type \"" + type_word + "\"");
         in_context(type_word, [&] { arguments = parse_typed_object(body, word, named_type); });
     });
@@ -116,8 +125,10 @@ void CScriptParser::parse_object_statement(CScriptBody& body, nested_lists& nest
 CScriptParser::function_call CScriptParser::parse_function_declaration() {
     expect_current(token_identifier, "Expected identifier in function declarations");
     function_call call;
-    call.type = CFunctionValue::get_func_type(token_text.c_str());
-    if (call.type == function_unknown) fail("Unknown function type \"" + token_text + "\"");
+    call.type = function_type_of(token_text);
+    if (call.type == function_unknown) {
+        fail("Unknown function type \"" + std::string(token_text) + "\"");
+    }
     in_context(token_text, [&] {
         expect_next('(', "Expected '(' after object declaration");
         call.values = parse_argument_list();
@@ -131,35 +142,33 @@ CScriptParser::function_call CScriptParser::parse_function_declaration() {
 /// Begins at the opening parenthesis, ends at the closing one without consuming it.
 CScriptParser::value_list CScriptParser::parse_argument_list() {
     struct open_call {
-        std::string name; // empty for the outermost list
-        value_list values;
+        std::string name;
+        value_list outer; // the list around the call, so far
     };
 
-    std::vector<open_call> calls(1);
+    std::vector<open_call> calls;
+    value_list values;
     next_token();
     bool value_wanted = token != ')';
     for (;;) {
         if (value_wanted) {
             std::string called;
-            std::optional<value> simple = parse_value(called);
-            if (simple) {
-                calls.back().values.push_back(*std::move(simple));
-            } else {
-                calls.push_back({std::move(called), {}});
+            if (!parse_value(values, called)) {
+                calls.push_back({std::move(called), std::exchange(values, {})});
                 next_token();
                 value_wanted = token != ')';
                 continue;
             }
         }
         while (token == ')') {
+            if (calls.empty()) return values;
             open_call closed = std::move(calls.back());
-            if (calls.size() == 1) return std::move(closed.values);
             calls.pop_back();
             next_token();
-            closed.values.push_back(text_value(argument_string, std::move(closed.name)));
-            calls.back().values.emplace_back(
-                argument_function,
-                core::basic_variant(core::variant_nested_list, std::move(closed.values)));
+            add_text(values, argument_string, std::move(closed.name));
+            add_value<value_list>(closed.outer, argument_function, core::variant_nested_list,
+                                  std::move(values));
+            values = std::move(closed.outer);
         }
         if (token != ',') fail("Expected ')' or ',' to end or continue\"");
         next_token();
@@ -167,39 +176,48 @@ CScriptParser::value_list CScriptParser::parse_argument_list() {
     }
 }
 
-/// A value, with the token behind it current; or nothing and the name of a call, with its opening
-/// parenthesis current.
-std::optional<CScriptParser::value> CScriptParser::parse_value(std::string& called) {
+/// Adds a value, with the token behind it current; or false and the name of a call, with its
+/// opening parenthesis current.
+bool CScriptParser::parse_value(value_list& values, std::string& called) {
     switch (token) {
     case token_identifier:
-        return parse_named_value(called);
-    case token_string: {
+        return parse_named_value(values, called);
+    case token_string:
         next_token();
-        return text_value(argument_string, token_text); // which survives a ',' or ')'
-    }
+        add_text(values, argument_string, token_text); // which survives a ',' or ')'
+        break;
     case '-':
         expect_next(token_number, "Expected decimal integer number after minus");
-        token_text.insert(0, 1, '-');
-        return parse_integer();
+        kept_text = "-" + std::string(token_text);
+        token_text = kept_text;
+        parse_integer(values);
+        break;
     case token_number:
-        return parse_integer();
+        parse_integer(values);
+        break;
     case token_bool: {
         const bool is_true = token_text == "true";
         next_token();
-        return value(argument_bool, core::basic_variant(core::variant_bool, is_true));
+        add_value<bool>(values, argument_bool, core::variant_bool, is_true);
+        break;
     }
     case '{':
-        return parse_string_list_value();
+        parse_string_list_value(values);
+        break;
     default:
         fail("Unknown argument\"");
     }
+    return true;
 }
 
 /// platform.Android, ns::call(...), messages, greeting
-std::optional<CScriptParser::value> CScriptParser::parse_named_value(std::string& called) {
-    std::string name = token_text;
+bool CScriptParser::parse_named_value(value_list& values, std::string& called) {
+    std::string name(token_text);
     next_token();
-    if (token == '.') return parse_enum(name);
+    if (token == '.') {
+        parse_enum(values, std::move(name));
+        return true;
+    }
     if (token == ':') {
         expect_next(':', "Expected second ':' after namespace declaration for function");
         expect_next(token_identifier,
@@ -207,47 +225,51 @@ std::optional<CScriptParser::value> CScriptParser::parse_named_value(std::string
         if (!python_namespaces.contains(name)) {
             fail("Unknown Python namespace \"" + name + "\"");
         }
-        name += "::" + token_text;
+        name.append("::").append(token_text);
         next_token();
     }
     // A word that a stray byte makes of a string may have the colons too.
     if (name.find("::") != std::string::npos) {
         expect_current('(', "Expected '(' after function declaration");
         called = std::move(name);
-        return std::nullopt;
+        return false;
     }
-    if (analyzers.contains(name)) return text_value(argument_analyzer, std::move(name));
-    if (local_constants.contains(name) || global_constants.contains(name)) {
-        return text_value(argument_constant, std::move(name));
+    if (analyzers.contains(name)) {
+        add_text(values, argument_analyzer, std::move(name));
+    } else if (local_constants.contains(name) || global_constants.contains(name)) {
+        add_text(values, argument_constant, std::move(name));
+    } else {
+        fail("Unknown identifier \"" + name + "\"");
     }
-    fail("Unknown identifier \"" + name + "\"");
+    return true;
 }
 
-CScriptParser::value CScriptParser::parse_enum(const std::string& prefix) {
+/// Behind the prefix and the dot.
+void CScriptParser::parse_enum(value_list& values, std::string name) {
     expect_next(token_identifier, "Expected identifier after enum declaration");
-    const std::string name = prefix + "." + token_text;
-    const EEnumValue number = CEnumValue::get_enum_type(name.c_str());
+    name.append(".").append(token_text);
+    const EEnumValue number = enum_value_of(name);
     if (number == enum_unknown) warn("Unknown enum type \"" + name + "\"");
     next_token();
-    return {argument_enum,
-            core::basic_variant(core::variant_integer, static_cast<long long>(number))};
+    add_value<long long>(values, argument_enum, core::variant_integer, number);
 }
 
-CScriptParser::value CScriptParser::parse_integer() {
+void CScriptParser::parse_integer(value_list& values) {
     const auto number = to_number<long long>(token_text);
     next_token();
-    return {argument_integer, core::basic_variant(core::variant_integer, number)};
+    add_value<long long>(values, argument_integer, core::variant_integer, number);
 }
 
 /// {"a", "b"}
-CScriptParser::value CScriptParser::parse_string_list_value() {
+void CScriptParser::parse_string_list_value(value_list& values) {
     string_list strings;
     // An empty list leaves its brace current, which no argument list takes: it cannot be written.
     if (next_token() != '}') {
         strings = parse_string_list('}', true);
         next_token();
     }
-    return {argument_string_list, core::basic_variant(core::variant_text_list, std::move(strings))};
+    add_value<string_list>(values, argument_string_list, core::variant_text_list,
+                           std::move(strings));
 }
 
 /// "a", "b" and the closing character, which stays current.
@@ -256,7 +278,7 @@ CScriptParser::string_list CScriptParser::parse_string_list(char close, bool all
     for (;;) {
         expect_current(token_string, "Expected string");
         if (!allow_empty && token_text.empty()) fail("Expected not empty string");
-        strings.push_back(token_text);
+        strings.emplace_back(token_text);
         if (next_token() == close) return strings;
         expect_list_separator(close);
     }

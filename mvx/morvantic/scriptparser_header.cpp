@@ -96,12 +96,13 @@ EPlatformTypes CScriptParser::parse_platform_list() {
     EPlatformTypes joined = platform_none;
     for (;;) {
         expect_next(token_identifier, "Expected enum identifier\"");
-        const std::string prefix = token_text;
+        std::string name(token_text);
         expect_next('.', "Expected '.' after enum prefix");
         expect_next(token_identifier, "Expected identifier after enum declaration");
-        const EPlatformTypes platform =
-            CPlatformType::from_string((prefix + "." + token_text).c_str());
-        if (platform == platform_none) warn("Unknown enum \"" + token_text + "\"");
+        const std::string_view word = token_text;
+        name.append(".").append(word);
+        const EPlatformTypes platform = CPlatformType::from_string(name.c_str());
+        if (platform == platform_none) warn("Unknown enum \"" + std::string(word) + "\"");
         joined = joined | platform;
         if (next_token() == ';') return joined;
         expect_current(',', "Expected ';' or ',' to end or continue");
@@ -122,7 +123,7 @@ std::string CScriptParser::parse_string_property() {
     expect_next('=', "Expected '='");
     expect_next(token_string, "Expected string");
     if (token_text.empty()) fail("Expected not empty string");
-    std::string text = token_text;
+    std::string text(token_text);
     expect_next(';', "Expected ';'");
     return text;
 }

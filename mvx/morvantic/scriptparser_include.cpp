@@ -42,7 +42,7 @@ void CScriptParser::parse_include(CScriptInclude& include) {
 
 /// crypto = Python { ... }
 void CScriptParser::parse_python_declaration(CScriptIncludeImpl& include) {
-    const std::string module_name = token_text;
+    const std::string module_name(token_text);
     if (module_name.empty()) fail("Namespace declaration can not be empty");
     in_context(module_name, [&] {
         expect_next('=', "Expected '=' after namespace declaration");

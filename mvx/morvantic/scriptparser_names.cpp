@@ -50,10 +50,9 @@ constexpr std::array local_constant_rules = {
 };
 
 /// Names of enumeration values are not reserved.
-bool is_reserved_word(const std::string& name) {
+bool is_reserved_word(std::string_view name) {
     return keyword_from_string(name) != keyword_none ||
-           CFunctionValue::get_func_type(name.c_str()) != function_unknown ||
-           CObjectValue::get_obj_type(name.c_str()) != object_unknown;
+           function_type_of(name) != function_unknown || object_type_of(name) != object_unknown;
 }
 
 std::string with_name(std::string_view message, const std::string& name) {
@@ -109,15 +108,17 @@ CScriptParser::constant CScriptParser::parse_constant() {
     expect_next(token_identifier, "Expected constant name as identifier");
     constant parsed;
     parsed.first = token_text;
-    const std::string quoted = "\"" + parsed.first + "\"";
-    expect_next('=', "Expected '=' for constant " + quoted);
-    expect_next(token_string, "Expected string for constant " + quoted);
+    const auto expect_for_it = [&](std::int32_t kind, const char* message) {
+        if (next_token() != kind) fail(message + (" for constant \"" + parsed.first) + "\"");
+    };
+    expect_for_it('=', "Expected '='");
+    expect_for_it(token_string, "Expected string");
     parsed.second = token_text;
-    expect_next(';', "Expected ';' for constant " + quoted);
+    expect_for_it(';', "Expected ';'");
     return parsed;
 }
 
-std::string CScriptParser::resolve_constant(const std::string& name) {
+const std::string& CScriptParser::resolve_constant(const std::string& name) {
     for (const auto* constants : {&local_constants, &global_constants}) {
         const auto found = constants->find(name);
         if (found != constants->end()) return found->second;

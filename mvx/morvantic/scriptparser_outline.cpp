@@ -41,7 +41,8 @@ void CScriptParser::scan_sections() {
     while (next_token() != token_eof) {
         section_key key = read_section_head();
         // The byte behind the brace has been read already and is read again by the second pass.
-        const CTextPosition body{position.offset - 1, position.line, position.column};
+        CTextPosition body = position();
+        --body.offset;
         skip_braces();
         section_heads.emplace(std::move(key), body); // the first section of a name wins
     }
@@ -60,7 +61,8 @@ CScriptParser::section_key CScriptParser::read_section_head() {
 
 void CScriptParser::skip_unknown() {
     expect_current(token_identifier, "This error is currently not skippable");
-    const bool is_property = !token_text.empty() && is_lower_case(token_text.front());
+    const std::string_view word = token_text;
+    const bool is_property = !word.empty() && is_lower_case(word.front());
     if (!is_property) {
         expect_next('{', "Expected '{' after unknown object");
         skip_braces();
@@ -74,7 +76,7 @@ void CScriptParser::skip_unknown() {
 }
 
 void CScriptParser::warn_and_skip_unknown() {
-    warn("Unknown identifier \"" + token_text + "\"");
+    warn("Unknown identifier \"" + std::string(token_text) + "\"");
     skip_unknown();
 }
 

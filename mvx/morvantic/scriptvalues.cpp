@@ -1,5 +1,8 @@
 #include "morvantic/scriptvalues.h"
 
+#include "morvantic/scriptgrammar.h"
+#include "morvantic/wordindex.h"
+
 #include <cstddef>
 #include <iterator>
 #include <string_view>
@@ -10,15 +13,16 @@ namespace engine {
 
 namespace {
 
-/// Index of exactly this name among the first `Size - 1` ones, or 0.
-template <std::size_t Size>
-int index_of(const char* const (&names)[Size], const char* wanted) noexcept {
-    if (wanted == nullptr) return 0;
-    const std::string_view text(wanted);
-    for (std::size_t i = 0; i != Size - 1; ++i) {
-        if (text == names[i]) return static_cast<int>(i);
-    }
-    return 0;
+/// A NUL ends a name, as it does across the boundary.
+template <std::size_t Count>
+int index_of(const word_index<Count>& names, std::string_view wanted) noexcept {
+    const std::size_t found = names.find(wanted);
+    if (found != 0) return static_cast<int>(found);
+    return static_cast<int>(names.find(wanted.substr(0, wanted.find('\0'))));
+}
+
+std::string_view text_of(const char* name) noexcept {
+    return name != nullptr ? std::string_view(name) : std::string_view();
 }
 
 /// Name at an index. The size bounds it above; below 0 it is the caller's duty.
@@ -174,6 +178,21 @@ const char* const CFunctionValue::m_value_name[] = {
 };
 static_assert(std::size(CFunctionValue::m_value_name) == function_placeholder + 1);
 
+EEnumValue enum_value_of(std::string_view name) noexcept {
+    static const word_index<enum_placeholder> finder(CEnumValue::m_value_name);
+    return static_cast<EEnumValue>(index_of(finder, name));
+}
+
+EObjectType object_type_of(std::string_view name) noexcept {
+    static const word_index<object_placeholder> finder(CObjectValue::m_value_name);
+    return static_cast<EObjectType>(index_of(finder, name));
+}
+
+EFunctionType function_type_of(std::string_view name) noexcept {
+    static const word_index<function_placeholder> finder(CFunctionValue::m_value_name);
+    return static_cast<EFunctionType>(index_of(finder, name));
+}
+
 CPlatformType::CPlatformType() noexcept : flags(0) {}
 
 CPlatformType::CPlatformType(EPlatformTypes platforms) noexcept : flags(platforms) {}
@@ -217,7 +236,7 @@ EEnumValue CEnumValue::get_enum_type(int number) noexcept {
 }
 
 EEnumValue CEnumValue::get_enum_type(const char* name) noexcept {
-    return static_cast<EEnumValue>(index_of(m_value_name, name));
+    return enum_value_of(text_of(name));
 }
 
 CObjectValue& CObjectValue::operator=(const CObjectValue& /*other*/) noexcept { return *this; }
@@ -227,7 +246,7 @@ const char* CObjectValue::get_obj_name(EObjectType type) noexcept {
 }
 
 EObjectType CObjectValue::get_obj_type(const char* name) noexcept {
-    return static_cast<EObjectType>(index_of(m_value_name, name));
+    return object_type_of(text_of(name));
 }
 
 CFunctionValue& CFunctionValue::operator=(const CFunctionValue& /*other*/) noexcept {
@@ -239,7 +258,7 @@ const char* CFunctionValue::get_func_name(EFunctionType type) noexcept {
 }
 
 EFunctionType CFunctionValue::get_func_type(const char* name) noexcept {
-    return static_cast<EFunctionType>(index_of(m_value_name, name));
+    return function_type_of(text_of(name));
 }
 
 } // namespace engine

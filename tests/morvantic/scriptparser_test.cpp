@@ -25,17 +25,18 @@ struct text_parser {
 };
 
 std::string spelled(const CScriptParser& parser, std::int32_t kind) {
+    const std::string text(parser.current_text());
     switch (kind) {
     case token_eof:
         return "eof";
     case token_identifier:
-        return "word:" + parser.current_text();
+        return "word:" + text;
     case token_string:
-        return "text:" + parser.current_text();
+        return "text:" + text;
     case token_number:
-        return "number:" + parser.current_text();
+        return "number:" + text;
     case token_bool:
-        return "bool:" + parser.current_text();
+        return "bool:" + text;
     default:
         return kind > 0 ? std::string(1, static_cast<char>(kind)) : std::to_string(kind);
     }
@@ -107,7 +108,7 @@ TEST(ScriptParser, TokensAcrossTheRefillsOfTheBuffer) {
 /// What no script text can show: a range of columns, warnings at level Debug, and a guard.
 TEST(ScriptParser, DiagnosticsHaveTheirExactShape) {
     support::log_capture log;
-    const std::vector<std::string> callstack{"demo", "::App::Header::(3, 10)"};
+    const std::vector<CTextContext> callstack{{"demo"}, {"::App::Header::", 3, 10}};
     CScriptParser::parser_warning("Odd", callstack, 12, 4, 7);
     CScriptParser::parser_warning("Odd", callstack, 12, 0, 7);
     const std::string stack = "): Odd\n    Callstack: demo -> ::App::Header::(3, 10) -> Warning\n";
