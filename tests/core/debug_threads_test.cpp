@@ -17,15 +17,13 @@ constexpr int writers = 4;
 
 void run_writers(const std::function<void(int writer)>& work) {
     std::latch start(writers);
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i != writers; ++i) {
         threads.emplace_back([&, i] {
             start.arrive_and_wait();
             work(i);
         });
     }
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 } // namespace
