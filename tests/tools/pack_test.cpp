@@ -1,6 +1,8 @@
 #include "run_tool.h"
 
 #include "support/rows.h"
+#include "tools/morvantic/archive_writer.h"
+#include "tools/morvantic/descriptor.h"
 
 #include <array>
 #include <csignal>
@@ -10,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
+#include <unzip.h>
 
 namespace {
 
@@ -107,6 +110,27 @@ for i in archive.infolist():
               "'android/mail.sc' 0 0 (2026, 3, 9) 0 0\n"
               "'mail.py' 8 0 (2026, 3, 9) 0 0\n"
               "'mail.xq' 0 0 (2026, 3, 9) 0 0\n");
+}
+
+/// In 64 bits, since others refuse an archive that holds more than it counts.
+TEST_F(Pack, ArchiveCountsWhatItHolds) {
+    const std::string path = folder.write("archive.zip", "in front");
+    {
+        const tool::descriptor file(open(path.c_str(), O_RDWR));
+        tool::archive_writer writer(file.number(), 8, 0);
+        for (int i = 0; i != 65600; ++i)
+            writer.add(std::to_string(i), {}, 0);
+        writer.finish();
+    }
+    EXPECT_EQ(shell("tail -c 98 archive.zip | od -An -tu8 -j24 -N16 | tr -s ' '"),
+              " 65600 65600\n");
+    EXPECT_EQ(shell("tail -c 42 archive.zip | head -c 4"), "PK\x06\x07");
+    shell("tail -c +9 archive.zip >behind.zip");
+    const unzFile read = unzOpen64(folder.file("behind.zip").c_str());
+    unz_global_info64 totals{};
+    EXPECT_EQ(unzGetGlobalInfo64(read, &totals), UNZ_OK) << "places count from the archive's start";
+    EXPECT_EQ(totals.number_entry, 65600u);
+    unzClose(read);
 }
 
 TEST_F(Pack, EncryptedPayloadOpensForOthers) {

@@ -1,8 +1,10 @@
 #include "archive_writer.h"
 
+#include "core/inputstream.h"
 #include "core_crypto/cryptohandles.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <ioapi.h>
@@ -35,6 +37,9 @@ constexpr uLong utf8_name_flag = 0x800;
 constexpr uLong version_made_by = 20; // of the format, on no system in particular
 constexpr int raw_window_bits = -15;
 constexpr int most_memory = 9;
+constexpr std::size_t end_record_size = 22;
+constexpr std::uint32_t wide_elsewhere = 0xFFFFFFFF;
+constexpr std::uint64_t most_counted = 0xFFFF; // which itself means that the count is elsewhere
 
 template <class Sink>
 zlib_filefunc64_def callbacks_of(Sink& sink) {
@@ -135,10 +140,55 @@ void archive_writer::add(const std::string& name, std::span<const std::uint8_t> 
                                 static_cast<unsigned>(stored.size())) == ZIP_OK);
     const uLong check_value = crc32_z(0, content.data(), content.size());
     require(zipCloseFileInZipRaw64(m_archive.get(), content.size(), check_value) == ZIP_OK);
+    ++m_members;
+}
+
+// The end of an archive, and what zip64 puts in front of it:
+//
+//     end record          10  2  members        12  4  size of the directory    16  4  its offset
+//     zip64 end record    24  8  members on this disk, members in all, size, offset
+//     zip64 locator        8  8  offset of the zip64 end record
+
+/// minizip counts the members in 16 bits, and in 64 only if the directory lies beyond 4 GiB. Other
+/// readers refuse an archive that holds more than it counts.
+void archive_writer::add_wide_counts() {
+    std::FILE* const file = m_sink->file.get();
+    std::array<std::uint8_t, end_record_size> end{};
+    require(fseeko(file, -static_cast<off_t>(end.size()), SEEK_END) == 0);
+    const off_t end_place = ftello(file);
+    require(end_place >= 0 && std::fread(end.data(), end.size(), 1, file) == 1);
+    const auto stated = [&](std::size_t offset) {
+        return core::decode<std::uint32_t>(std::span(end).subspan(offset, 4),
+                                           core::encoding_little_endian);
+    };
+    if (stated(16) == wide_elsewhere) return;
+
+    std::vector<std::uint8_t> wide;
+    const auto put = [&](std::uint64_t value, int width) {
+        for (int i = 0; i != width; ++i)
+            wide.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+    };
+    put(0x06064B50, 4);
+    put(44, 8); // bytes that follow in this record
+    put(45, 2); // the format's version with zip64, by whom and for whom
+    put(45, 2);
+    put(0, 8); // disks
+    put(m_members, 8);
+    put(m_members, 8);
+    put(stated(12), 8);
+    put(stated(16), 8);
+    put(0x07064B50, 4);
+    put(0, 4);
+    put(static_cast<std::uint64_t>(end_place) - m_sink->offset, 8);
+    put(1, 4);
+    wide.insert(wide.end(), end.begin(), end.end());
+    require(fseeko(file, end_place, SEEK_SET) == 0);
+    require(std::fwrite(wide.data(), wide.size(), 1, file) == 1);
 }
 
 void archive_writer::finish() {
     require(zipClose(m_archive.release(), nullptr) == ZIP_OK);
+    if (m_members >= most_counted) add_wide_counts();
     require(std::fflush(m_sink->file.get()) == 0);
 }
 

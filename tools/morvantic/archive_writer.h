@@ -33,10 +33,12 @@ private:
     };
 
     void require(bool done) const;
+    void add_wide_counts();
 
     std::unique_ptr<sink> m_sink;
     std::unique_ptr<void, close_archive> m_archive;
     std::uint32_t m_dos_date;
+    std::uint64_t m_members = 0;
 };
 
 } // namespace tool
