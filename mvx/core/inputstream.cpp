@@ -1,10 +1,11 @@
 #include "core/inputstream.h"
 
+#include "core/handle.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <limits>
-#include <memory>
 #include <new>
 #include <stdexcept>
 
@@ -15,10 +16,6 @@ namespace {
 constexpr std::uint64_t skip_block = 16384;   // bytes that a stream without seeking skips at a time
 constexpr std::uint64_t plain_buffer = 65536; // up to here a buffer is simply made
 constexpr std::uint8_t continuation_bit = 0x80;
-
-struct release_memory {
-    void operator()(std::uint8_t* block) const noexcept { std::free(block); }
-};
 
 /// Fills a container with up to `count` bytes by one read. Counts come from unverified data, so a
 /// large buffer is one that the system does not back with memory before it is written to.
@@ -32,7 +29,7 @@ Bytes read_up_to(input_stream& stream, std::uint64_t count) {
         bytes.resize(static_cast<std::size_t>(stream.read_impl(as_bytes(bytes), count)));
         return bytes;
     }
-    const std::unique_ptr<std::uint8_t, release_memory> block(
+    const handle<std::uint8_t, std::free> block(
         static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(count), 1)));
     if (!block) log_and_rethrow([] { throw std::bad_alloc(); });
     const std::uint64_t got = stream.read_impl(block.get(), count);

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "core/handle.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <span>
 
 namespace core::internals_zlib {
@@ -28,14 +29,10 @@ public:
     bool empty() const noexcept { return bytes == nullptr; }
 
 private:
-    struct release {
-        void operator()(std::uint8_t* block) const noexcept { std::free(block); }
-    };
-
     void resize(std::size_t size);
 
     // Grown in place where the C library can, and never filled for nothing.
-    std::unique_ptr<std::uint8_t[], release> bytes;
+    handle<std::uint8_t, std::free> bytes;
     std::size_t capacity = 0;
     std::uint64_t dropped = 0; // bytes of content that stood in front
 };

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <memory>
+#include "core/handle.h"
+
 #include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -8,18 +9,6 @@
 // Owners of what libcrypto hands out, and the manners of a guest in the host's process.
 
 namespace core {
-
-/// Frees with a function of a C library.
-template <auto Release>
-struct releases_with {
-    template <class T>
-    void operator()(T* object) const noexcept {
-        static_cast<void>(Release(object));
-    }
-};
-
-template <class T, auto Release>
-using handle = std::unique_ptr<T, releases_with<Release>>;
 
 using bio_handle = handle<BIO, BIO_free>;
 using cipher_context = handle<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free>;
