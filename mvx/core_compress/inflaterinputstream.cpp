@@ -20,7 +20,7 @@ using internals_zlib::control_block;
 namespace {
 
 constexpr std::size_t input_block = 16384;
-constexpr std::size_t output_block = 32768; // as long as the history that deflate may refer to
+constexpr std::size_t output_block = internals_zlib::inflated_copy::history_size;
 
 // What zlib adds to data_type about the place where it stopped, beside a count of bits.
 constexpr int stopped_at_block_end = 128;

@@ -89,7 +89,7 @@ CBaseCipher::CBaseCipher(const CBaseCipher& source)
     });
 }
 
-CBaseCipher::~CBaseCipher() { release_context(); }
+CBaseCipher::~CBaseCipher() = default;
 
 std::unique_ptr<CBaseCipher> CBaseCipher::clone() const {
     return std::make_unique<make_smart_enabler<CBaseCipher>>(*this);
