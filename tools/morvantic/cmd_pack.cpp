@@ -9,11 +9,11 @@
 
 #include "core_crypto/rsakeys.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
 #include <cstdlib>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -101,26 +101,19 @@ package::package_version parse_version(const std::string& text) {
     return version;
 }
 
-struct encryption_word {
-    const char* word;
-    package::encryption_kind kind;
-};
+using encryption_words = std::map<std::string, package::encryption_kind>;
 
-constexpr encryption_word encryptions[] = {{"none", package::encryption_none},
-                                           {"aes-128", package::encryption_aes_128},
-                                           {"aes-192", package::encryption_aes_192},
-                                           {"aes-256", package::encryption_aes_256}};
-
-package::encryption_kind encryption_of(const std::string& word) {
-    return std::find_if(std::begin(encryptions), std::end(encryptions),
-                        [&](const encryption_word& row) { return word == row.word; })
-        ->kind;
+encryption_words encryptions() {
+    return {{"none", package::encryption_none},
+            {"aes-128", package::encryption_aes_128},
+            {"aes-192", package::encryption_aes_192},
+            {"aes-256", package::encryption_aes_256}};
 }
 
 package_fields fields_of(const pack_options& options) {
     return {options.kind,
             parse_stamp(options.stamp.empty() ? default_stamp() : options.stamp),
-            encryption_of(options.encryption),
+            encryptions().at(options.encryption),
             parse_version(options.version_parts),
             options.aux_value,
             options.trailer_text};
@@ -262,7 +255,7 @@ action define(CLI::App& command) {
             "--encrypt", options->encryption,
             "none (default), aes-128, aes-192 or aes-256. The\nkey comes from kind and stamp: "
             "it hides nothing\nfrom those who know the format.")
-        ->check(CLI::IsMember({"none", "aes-128", "aes-192", "aes-256"}))
+        ->check(CLI::IsMember(encryptions()))
         ->type_name("HOW");
     command
         .add_option("--trailer", options->trailer_text,
