@@ -114,15 +114,18 @@ TEST(ZipStreamDirectory, LocalLengthsAcrossABufferEnd) {
 
 TEST(ZipStreamDirectory, ListsFilesInOrderOfTheirNames) {
     const log_capture log;
-    const auto archive =
-        archive_of(members_named({"b/", "b/y", "b", "b", "B", "\xF0\x9F\x98\x80", "\xEF\xBD\x9E"}));
-    EXPECT_EQ(names_in(archive), (names{L"B", L"b", L"b/y", L"\U0001F600", L"\uFF5E"}))
+    const auto archive = archive_of(members_named(
+        {"b/", "b/y", "b", "b", "B", "\xF0\x9F\x98\x80", "b/yearly", "b/year", "\xEF\xBD\x9E"}));
+    EXPECT_EQ(names_in(archive),
+              (names{L"B", L"b", L"b/y", L"b/year", L"b/yearly", L"\U0001F600", L"\uFF5E"}))
         << "by 16-bit units";
     EXPECT_FALSE(archive.exists(L"b/"));
     EXPECT_FALSE(archive.exists(L"B/Y"));
     EXPECT_TRUE(archive.exists(L"\xD83D\xDE00")) << "a pair is the one code point";
     EXPECT_EQ(content_at(archive, L"b"), "2") << "the first of two with one name stays";
     EXPECT_EQ(log.summary(), strings{"Debug debug: [ASSERT] false"});
+    EXPECT_THROW(archive_of(members_named({"b", "a", "a", "\xE9"})), std::range_error);
+    EXPECT_EQ(log.summary().size(), 2u) << "told also where the listing breaks off";
 }
 
 TEST(ZipStreamDirectory, NamesAreDecodedByTheirFlag) {
