@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/logandrethrow.h"
+#include "core/recycling.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -104,7 +105,7 @@ public:
     const T& get() const;
 
 private:
-    struct placeholder {
+    struct placeholder : recycled {
         placeholder() = default;
         placeholder(const placeholder&) = delete;
         placeholder& operator=(const placeholder&) = delete;

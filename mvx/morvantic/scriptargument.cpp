@@ -16,6 +16,15 @@ std::unique_ptr<CScriptArgumentImpl> copy_of(const std::unique_ptr<CScriptArgume
 
 constexpr std::size_t growth_step = 5;
 
+/// An argument in a list, which alone frees it.
+struct listed_argument final : core::recycled, CScriptArgument {
+    explicit listed_argument(const CScriptArgument& source) : CScriptArgument(source) {}
+};
+
+void free_listed(CScriptArgument* argument) noexcept {
+    delete static_cast<listed_argument*>(argument);
+}
+
 } // namespace
 
 CScriptArgumentCallback::CScriptArgumentCallback() noexcept : m_type{} {}
@@ -74,7 +83,7 @@ CScriptArguments::~CScriptArguments() { clear(); }
 void CScriptArguments::insert(CScriptArgument& argument) {
     if (index >= count) realloc(count + 1);
     // The slot is not freed: after reset_index an insert loses what stood there.
-    items[index] = std::make_unique<CScriptArgument>(argument).release();
+    items[index] = new listed_argument(argument);
     ++index;
 }
 
@@ -107,7 +116,7 @@ void CScriptArguments::clear() noexcept { clear(capacity); }
 void CScriptArguments::clear(std::size_t n) noexcept {
     if (items == nullptr) return;
     for (std::size_t i = 0; i != n; ++i)
-        delete items[i];
+        free_listed(items[i]);
     delete[] items;
     items = nullptr;
 }
@@ -118,7 +127,7 @@ void CScriptArguments::realloc(std::size_t n) {
         CScriptArguments grown(std::max(capacity + growth_step, n));
         for (std::size_t i = 0; i != count; ++i) {
             if (items[i] == nullptr) continue;
-            grown.items[i] = std::make_unique<CScriptArgument>(*items[i]).release();
+            grown.items[i] = new listed_argument(*items[i]);
         }
         std::swap(items, grown.items);
         std::swap(capacity, grown.capacity);

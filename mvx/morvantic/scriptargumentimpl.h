@@ -1,12 +1,14 @@
 #pragma once
 
+#include "core/recycling.h"
+
 #include <memory>
 
 namespace engine {
 
 class CScriptArgumentCallback;
 
-struct CScriptArgumentImpl {
+struct CScriptArgumentImpl : core::recycled {
     CScriptArgumentImpl(void (*release_function)(void*), CScriptArgumentCallback* owned) noexcept
         : release(release_function), callback(owned) {}
 

@@ -1,6 +1,7 @@
 #include "morvantic/scriptparser.h"
 
 #include "core/logandrethrow.h"
+#include "core/recycling.h"
 #include "core/text.h"
 #include "morvantic/script.h"
 #include "morvantic/scriptbody.h"
@@ -48,6 +49,7 @@ CScriptParser::CScriptParser(CScriptImpl* script, const std::wstring& script_nam
 
 CScriptSection* CScriptParser::parse_section(const std::string& section_namespace,
                                              const std::string& section_name) {
+    const core::recycling memory;
     // First of all, so that the section is registered whatever happens next.
     CScriptSection* section =
         owner->owner->add_section(section_namespace.c_str(), section_name.c_str());
