@@ -16,7 +16,8 @@ constexpr unsigned dry_read_limit = 8;      // reads in a row without a byte tha
 
 /// The signature covers the payload as it is stored and the stamp, and no other field.
 package_fault check_signature(core::input_stream& stream, const CHeader& header,
-                              const std::wstring& key_path, core::source_place place) {
+                              const std::wstring& key_path, verified_blocks* blocks,
+                              core::source_place place) {
     package_fault fault = fault_payload_unreachable; // what it means to get no further
     const bool verified = core::log_and_swallow_all(
         [&] {
@@ -28,10 +29,12 @@ package_fault check_signature(core::input_stream& stream, const CHeader& header,
             if (!signature.init_from_key_file(key_path)) return false;
 
             fault = fault_payload_unreadable;
-            const std::uint64_t total_read =
-                feed_signed_data(stream, header.stamp(), [&](std::span<const std::uint8_t> bytes) {
-                    signature.update_raw(bytes.data(), bytes.size());
-                });
+            const auto feed = [&](std::span<const std::uint8_t> bytes, signed_part part) {
+                signature.update_raw(bytes.data(), bytes.size());
+                if (blocks != nullptr && part == part_payload) blocks->add(bytes);
+            };
+            const std::uint64_t total_read = feed_signed_data(stream, header.stamp(), feed);
+            if (blocks != nullptr) blocks->finish();
             const bool whole = total_read == stream.size() - MVE_PACKAGE_HEADER_SIZE;
             if (whole) {
                 fault = fault_signature;
@@ -69,12 +72,12 @@ package_fault enter_payload(core::input_stream& stream, const CHeader& header,
 } // namespace
 
 verification verify_package(core::input_stream& stream, const std::wstring& key_path,
-                            core::source_place place) {
+                            verified_blocks* blocks, core::source_place place) {
     verification result;
     stream.reset();
     result.header = read_header(stream, result.fault);
     if (!result.header) return result;
-    result.fault = check_signature(stream, *result.header, key_path, place);
+    result.fault = check_signature(stream, *result.header, key_path, blocks, place);
     if (result.fault != fault_none) return result;
     result.fault = enter_payload(stream, *result.header, place);
     return result;
@@ -99,10 +102,10 @@ std::uint64_t feed_signed_data(core::input_stream& payload, const package_stamp&
         const std::uint64_t got = payload.read_impl(buffer.data(), std::min(remaining, read_block));
         dry_reads = got == 0 ? dry_reads + 1 : 0;
         total += got;
-        if (got != 0) sink({buffer.data(), static_cast<std::size_t>(got)});
+        if (got != 0) sink({buffer.data(), static_cast<std::size_t>(got)}, part_payload);
     }
     const std::string text = stamp_text(stamp);
-    sink({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    sink({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}, part_stamp);
     return total;
 }
 

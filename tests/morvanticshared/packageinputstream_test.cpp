@@ -10,6 +10,8 @@
 #include "support/stream_contract.h"
 #include "support/zip_builder.h"
 
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
@@ -291,6 +293,93 @@ TEST(PackageInputStream, RereadsFromThePayloadOnceOpen) {
     CPackageInputStream nothing(nullptr, public_key());
     expect_empty(nothing);
     EXPECT_FALSE(nothing.reread_header());
+}
+
+const std::string changed = "Package changed after verification.";
+constexpr std::uint64_t block = 16384;
+
+/// A package's file that is changed while it is open.
+struct changing_package {
+    explicit changing_package(bool encrypted) {
+        package_builder package = encrypted ? encrypted_package(content) : package_builder();
+        if (!encrypted) package.payload = content;
+        file = package.build();
+        folder.write("package", file);
+        stream = opened(std::make_unique<core::CWApiFileInputStream>(folder.wide_file("package")));
+    }
+
+    /// Overwrites the file in place.
+    void overwrite(const bytes& with) const {
+        std::fstream target(folder.file("package"),
+                            std::ios::in | std::ios::out | std::ios::binary);
+        target.write(reinterpret_cast<const char*>(with.data()),
+                     static_cast<std::streamsize>(with.size()));
+    }
+
+    bytes content = support::counted_bytes(6 * block + 500);
+    bytes file;
+    support::temp_folder folder;
+    core::input_stream_ptr stream;
+};
+
+/// Reads at a place. What has come is right, or nothing came and the exception did.
+bool reads(core::input_stream& stream, const bytes& content, std::uint64_t from, std::size_t count,
+           std::uint8_t hidden) {
+    bytes got(count, 0xEE);
+    try {
+        stream.set_pos(from);
+        const std::uint64_t length = stream.read_impl(got.data(), count);
+        EXPECT_EQ(length, std::min<std::uint64_t>(count, content.size() - from));
+        EXPECT_TRUE(std::equal(got.begin(), got.begin() + static_cast<std::ptrdiff_t>(length),
+                               content.begin() + static_cast<std::ptrdiff_t>(from)));
+        return true;
+    } catch (const core::exception& failure) {
+        EXPECT_EQ(failure.what(), changed);
+        EXPECT_EQ(std::count(got.begin(), got.end(), hidden), 0);
+        return false;
+    }
+}
+
+TEST(PackageInputStream, WhatChangedAfterVerificationIsNotHandedOn) {
+    constexpr std::uint8_t hidden = 0xFD; // which the content has nowhere
+    for (const bool encrypted : {false, true}) {
+        SCOPED_TRACE(encrypted);
+        const changing_package package(encrypted);
+        const bytes& content = package.content;
+        const auto clone = package.stream->clone();
+        bytes other = package.file;
+        std::fill_n(other.begin() + 1024 + 2 * block + 9000, 100, hidden);
+        package.overwrite(other);
+        const support::log_capture log;
+        for (const auto& stream : {package.stream->clone(), clone->clone()}) {
+            EXPECT_TRUE(reads(*stream, content, 0, 2 * block, hidden));
+            EXPECT_FALSE(reads(*stream, content, 0, content.size(), hidden));
+            EXPECT_FALSE(reads(*stream, content, 2 * block + 100, 10, hidden));
+            EXPECT_TRUE(reads(*stream, content, 3 * block + 16, 2 * block, hidden));
+            EXPECT_EQ(stream->size(), content.size());
+        }
+        EXPECT_EQ(log.count("[EXC] " + changed), 1) << "once a block";
+
+        std::filesystem::resize_file(package.folder.file("package"), 1024 + 6 * block);
+        EXPECT_FALSE(reads(*clone, content, 5 * block, content.size() - 5 * block, hidden));
+        EXPECT_FALSE(reads(*clone->clone(), content, content.size() - 1, 1, hidden));
+        EXPECT_EQ(log.count("[EXC] " + changed), 2);
+        package.overwrite(package.file);
+        EXPECT_TRUE(reads(*package.stream, content, 0, content.size(), hidden)) << "as before";
+
+        std::filesystem::resize_file(package.folder.file("package"), 0);
+        EXPECT_FALSE(reads(*package.stream->clone(), content, 0, content.size(), hidden));
+    }
+}
+
+TEST(PackageInputStream, BlocksThatChangePlaces) {
+    const changing_package package(false);
+    bytes other = package.file;
+    std::swap_ranges(other.begin() + 1024, other.begin() + 1024 + block,
+                     other.begin() + 1024 + block);
+    package.overwrite(other);
+    EXPECT_FALSE(reads(*package.stream, package.content, 0, 100, 0xFD));
+    EXPECT_FALSE(reads(*package.stream, package.content, 0, package.content.size(), 0xFD));
 }
 
 TEST(PackageInputStream, CloneWhoseInnerStreamFailsIsLoggedAndEmpty) {

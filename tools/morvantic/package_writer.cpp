@@ -100,11 +100,11 @@ std::vector<std::uint8_t> sign_payload(const std::string& path, const package_fi
     const std::uint64_t size = payload.size();
     progress bar("Signing", size);
     core::rsa_signer signer(key);
-    const std::uint64_t signed_size =
-        package::feed_signed_data(payload, fields.stamp, [&](std::span<const std::uint8_t> bytes) {
-            signer.update(bytes);
-            bar.advance(bytes.size());
-        });
+    const auto feed = [&](std::span<const std::uint8_t> bytes, package::signed_part part) {
+        signer.update(bytes);
+        if (part == package::part_payload) bar.advance(bytes.size());
+    };
+    const std::uint64_t signed_size = package::feed_signed_data(payload, fields.stamp, feed);
     if (size == 0 || signed_size != size) throw std::system_error(EIO, std::generic_category());
     return signer.finish();
 }
