@@ -150,9 +150,9 @@ std::string archive(std::size_t members) {
     });
 }
 
-std::string package(std::size_t members) {
-    return signed_package("package" + std::to_string(members),
-                          [&] { return support::read_file(archive(members)); });
+std::string packaged(const std::string& archive) {
+    return signed_package("package_of_" + std::filesystem::path(archive).filename().string(),
+                          [&] { return support::read_file(archive); });
 }
 
 std::string sized_members() {

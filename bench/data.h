@@ -22,12 +22,12 @@ std::string archive(std::size_t members);
 
 std::string member_name(std::size_t number);
 
-/// The same archive in a signed package.
-std::string package(std::size_t members);
-
 /// An archive of the members "32k", "256k", "1m", "4m" and "64m", deflated, and "stored", which has
 /// 64 MiB too.
 std::string sized_members();
+
+/// The archive of this path in a signed package.
+std::string packaged(const std::string& archive);
 
 // Signed packages: of 80,000,000 bytes, in clear and in AES-256, and with a payload of 10 KB.
 std::string large_package();

@@ -61,7 +61,7 @@ struct installation {
 
 work installed_by_engine(std::size_t members) {
     return {static_cast<double>(members) / 1000,
-            [package = core::decode_path(data::package(members)),
+            [package = core::decode_path(data::packaged(data::archive(members))),
              key = core::decode_path(data::public_key()),
              guard = std::make_shared<installation>()](proof* found) {
                 require(mv_update_scripts_package(package.c_str(), key.c_str()) == mv_success,
@@ -76,7 +76,7 @@ row installing(const char* name, std::size_t members) {
     const auto engine = [members] { return installed_by_engine(members); };
     const auto floor = [members] {
         return work{static_cast<double>(members) / 1000,
-                    [package = data::package(members), key = data::public_key(),
+                    [package = data::packaged(data::archive(members)), key = data::public_key(),
                      archive = data::archive(members)](proof* found) {
                         verify_barely(package, key);
                         list_by_libzip(archive, found);

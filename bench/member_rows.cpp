@@ -14,8 +14,9 @@ namespace {
 
 using directory_ptr = std::shared_ptr<core::CZipStreamDirectory>;
 
+/// The archive in a verified package, every block of which is checked once more as it is read.
 directory_ptr opened(const std::string& path) {
-    return std::make_shared<core::CZipStreamDirectory>(open_file(path));
+    return std::make_shared<core::CZipStreamDirectory>(open_package(data::packaged(path)));
 }
 
 /// Reads members one after the other, by their names.
@@ -67,7 +68,7 @@ row all_members() {
     return {"read_all_10k",
             "member",
             {{"engine", by_name(members_by_engine)},
-             {"libzip", by_name(members_by_libzip), 0.92},
+             {"libzip", by_name(members_by_libzip), 1.01},
              {"minizip", in_order(walk_by_minizip)},
              {"libarchive", in_order(walk_by_libarchive)}},
             6};
@@ -139,15 +140,15 @@ work places_by_zlib() {
 
 std::vector<row> member_rows() {
     return {all_members(),
-            deflated_member("member_32k", "32k", 32 << 10, 1.0, 0),
-            deflated_member("member_256k", "256k", 256 << 10, 1.0, 0),
-            deflated_member("member_1m", "1m", data::mebibyte, 1.0, 0),
-            deflated_member("member_4m", "4m", 4 * data::mebibyte, 1.0, 0),
-            deflated_member("member_64m", "64m", data::large_size, 0, 2.3),
+            deflated_member("member_32k", "32k", 32 << 10, 1.1, 0),
+            deflated_member("member_256k", "256k", 256 << 10, 1.1, 0),
+            deflated_member("member_1m", "1m", data::mebibyte, 1.1, 0),
+            deflated_member("member_4m", "4m", 4 * data::mebibyte, 1.1, 0),
+            deflated_member("member_64m", "64m", data::large_size, 0, 2.5),
             {"random_64m",
              "4 KiB",
-             {{"engine", places_by_engine}, {"zlib restarts", places_by_zlib, 1.0}}},
-            one_member("stored_64m", "MiB", "stored", 64, 0.47)};
+             {{"engine", places_by_engine}, {"zlib restarts", places_by_zlib, 1.1}}},
+            one_member("stored_64m", "MiB", "stored", 64, 0.70)};
 }
 
 } // namespace bench

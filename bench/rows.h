@@ -22,6 +22,9 @@ constexpr double most_growth = 1.3; // of the cost of a unit where there are man
 /// Checks a package as the engine does, by libcrypto alone.
 void verify_barely(const std::string& package, const std::string& key);
 
+/// Verifies a package, by the engine.
+std::unique_ptr<core::input_stream> open_package(const std::string& path);
+
 inline std::unique_ptr<core::input_stream> open_file(const std::string& path) {
     return std::make_unique<core::CWApiFileInputStream>(core::decode_path(path));
 }
