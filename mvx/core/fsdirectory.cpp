@@ -24,23 +24,17 @@ bool same_units(const std::wstring& left, const std::wstring& right) noexcept {
     return !less(left, right) && !less(right, left);
 }
 
-struct folder_entry {
+struct wide_entry {
     std::wstring name;
     bool is_folder; // and no link to one
 };
 
-/// All entries of a folder as far as it can be read, so that no descriptor stays open for it.
-std::vector<folder_entry> entries_of(const std::wstring& folder) {
-    std::vector<folder_entry> entries;
+std::vector<wide_entry> entries_of(const std::wstring& folder) {
+    std::vector<wide_entry> entries;
     const std::optional<std::string> bytes = encode_path(folder);
     if (!bytes) return entries;
-    std::error_code error;
-    std::filesystem::directory_iterator entry(*bytes, error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        std::error_code unknown;
-        const bool is_folder = !entry->is_symlink(unknown) && entry->is_directory(unknown);
-        entries.push_back({decode_path(entry->path().filename().native()), is_folder});
-    }
+    for (const folder_entry& entry : core::entries_of(*bytes))
+        entries.push_back({decode_path(entry.name), entry.is_folder});
     return entries;
 }
 
@@ -97,12 +91,12 @@ struct folder_level {
 
     bool at_end() const noexcept { return passed == entries.size(); }
 
-    const folder_entry& entry() const { return entries[passed]; }
+    const wide_entry& entry() const { return entries[passed]; }
 
     std::wstring entry_path() const { return join_path(folder, entry().name); }
 
     std::wstring folder;
-    std::vector<folder_entry> entries;
+    std::vector<wide_entry> entries;
     std::size_t passed = 0;
 };
 

@@ -1,8 +1,11 @@
 #include "core/platform.h"
 
+#include "core/handle.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <dirent.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -91,6 +94,26 @@ std::optional<std::int64_t> seconds_of(const std::string& path, file_time which)
         return status.stx_atime.tv_sec;
     }
     return std::nullopt;
+}
+
+// The directory iterator of the standard library ends the process when it runs out of memory.
+std::vector<folder_entry> entries_of(const std::string& folder) {
+    std::vector<folder_entry> entries;
+    const handle<DIR, closedir> open(opendir(folder.c_str()));
+    while (const dirent* entry = open ? readdir(open.get()) : nullptr) {
+        const std::string_view name(entry->d_name);
+        if (name == "." || name == "..") continue;
+        bool is_folder = entry->d_type == DT_DIR;
+        if (entry->d_type == DT_UNKNOWN) {
+            struct stat status {};
+
+            is_folder =
+                fstatat(dirfd(open.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+                S_ISDIR(status.st_mode);
+        }
+        entries.push_back({std::string(name), is_folder});
+    }
+    return entries;
 }
 
 void reader_writer_lock::lock() { throw_on(pthread_rwlock_wrlock(&m_lock)); }

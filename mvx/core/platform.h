@@ -7,6 +7,7 @@
 #include <pthread.h>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace core {
 
@@ -38,6 +39,15 @@ enum file_time : std::uint8_t {
 /// One of a file's times in whole seconds since 1970-01-01 UTC, rounded down. Follows links. Empty
 /// if there is no such file, or no such time on its file system.
 std::optional<std::int64_t> seconds_of(const std::string& path, file_time which) noexcept;
+
+struct folder_entry {
+    std::string name;
+    bool is_folder; // and no link to one
+};
+
+/// All entries of a folder as far as it can be read, but for itself and its parent; so that no
+/// descriptor stays open for it. Throws std::bad_alloc.
+std::vector<folder_entry> entries_of(const std::string& folder);
 
 /// Many readers or one writer. A waiting writer goes before new readers, so a thread must not take
 /// it shared twice. Works with std::shared_lock and std::unique_lock; constant-initialised.
