@@ -39,8 +39,8 @@ bool verified_blocks::check(std::uint64_t number, std::span<const std::uint8_t> 
         return CRYPTO_memcmp(found.data(), m_tags[number].data(), found.size()) == 0;
     });
     if (same) return true;
-    m_refused.insert(number);
     ++m_refusals;
+    m_refused.insert(number);
     return false;
 }
 
