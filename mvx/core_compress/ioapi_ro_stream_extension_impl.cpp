@@ -102,13 +102,18 @@ bool read_ahead::set_pos(std::uint64_t target) {
 }
 
 bool read_ahead::fill() {
-    block_start = position - position % block_size;
+    const std::uint64_t start = position - position % block_size;
+    // minizip goes on asking behind the end, byte by byte, for as much as a record promises.
+    if (ends_in_block && start == block_start) return false;
+    ends_in_block = false;
+    block_start = start;
     block_len = 0;
     if (!stream.set_pos(block_start)) return false;
     while (!in_block(position)) {
         const std::uint64_t got =
             stream.read_impl(block.data() + block_len, block_size - block_len);
-        if (got == 0) return false;
+        ends_in_block = got == 0;
+        if (ends_in_block) return false;
         block_len += got;
     }
     return true;

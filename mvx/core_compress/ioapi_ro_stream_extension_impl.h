@@ -46,6 +46,7 @@ private:
     std::vector<std::uint8_t> block;
     std::uint64_t block_start = 0;
     std::uint64_t block_len = 0;
+    bool ends_in_block = false; // nothing more came behind what the block holds
 };
 
 /// What minizip's handle points to while an archive is listed. Afterwards minizip never follows it.
