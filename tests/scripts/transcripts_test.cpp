@@ -1,84 +1,24 @@
 #include "support/memory_store.h"
 #include "support/rows.h"
-#include "support/temp_folder.h"
+#include "support/script_cases.h"
 #include "tools/morvantic/script_report.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sstream>
 
-// Script texts beside what the engine delivers and logs of them. Whole scripts are files of their
-// own, NAME.sc beside NAME.transcript; short ones stand together in files NAME.cases:
-//
-//     == name of the case
-//     text of a script, in which \x0D is that byte, without the last line's end
-//     --
-//     transcript, without the script's name
+// Script texts beside what the engine delivers and logs of them.
 
 namespace {
 
-struct transcript_case {
-    std::string name;
-    std::string script; // its name
-    std::string text;
-    std::string transcript;
-};
+using support::script_case;
 
-/// So that a failure prints the name alone.
-void PrintTo(const transcript_case& row, std::ostream* stream) { *stream << row.name; }
-
-std::string with_bytes(const std::string& text) {
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text.compare(i, 2, "\\x") != 0) {
-            bytes += text[i];
-            continue;
-        }
-        bytes += static_cast<char>(std::stoi(text.substr(i + 2, 2), nullptr, 16));
-        i += 3;
-    }
-    return bytes;
-}
-
-void add_cases(const std::filesystem::path& path, std::vector<transcript_case>& cases) {
-    std::istringstream file(support::read_file(path));
-    bool in_text = false;
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with("== ")) {
-            const std::string name = path.stem().string() + "_" + line.substr(3);
-            cases.push_back({name, "demo.sc", "", "demo.sc\n"});
-            in_text = true;
-        } else if (line == "--") {
-            in_text = false;
-            std::string& text = cases.back().text;
-            if (!text.empty()) text.pop_back();
-        } else if (in_text) {
-            cases.back().text += with_bytes(line) + "\n";
-        } else {
-            cases.back().transcript += line + "\n";
-        }
-    }
-}
-
-std::vector<transcript_case> all_cases() {
-    std::vector<transcript_case> cases;
-    for (const auto& entry : std::filesystem::directory_iterator(SCRIPTS)) {
-        const std::filesystem::path& path = entry.path();
-        if (path.extension() == ".cases") add_cases(path, cases);
-        if (path.extension() != ".sc") continue;
-        std::filesystem::path transcript = path;
-        transcript.replace_extension(".transcript");
-        cases.push_back({path.stem(), path.filename(), support::read_file(path),
-                         support::read_file(transcript)});
-    }
-    return cases;
-}
+std::vector<script_case> all_cases() { return support::script_cases(SCRIPTS); }
 
 } // namespace
 
-class Transcripts : public testing::TestWithParam<transcript_case> {};
+class Transcripts : public testing::TestWithParam<script_case> {};
 
 TEST_P(Transcripts, AreWhatTheEngineDelivers) {
     constexpr unsigned never = 1000; // seconds
@@ -97,7 +37,7 @@ TEST(TranscriptsTogether, RaiseEveryMessageOfTheLanguageReference) {
     const std::set<std::string> raised = [] {
         std::set<std::string> texts;
         const std::regex message("log \\w+: Parser \\w+\\([-0-9, ]*\\): (.*)");
-        for (const transcript_case& row : all_cases()) {
+        for (const script_case& row : all_cases()) {
             std::istringstream lines(row.transcript);
             std::smatch found;
             for (std::string line; std::getline(lines, line);) {
