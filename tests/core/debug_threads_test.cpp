@@ -1,13 +1,12 @@
 #include "core/debug.h"
 
 #include "support/log_capture.h"
+#include "support/threads.h"
 
+#include <atomic>
 #include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
-#include <latch>
 #include <map>
-#include <thread>
 
 using namespace core;
 
@@ -15,22 +14,11 @@ namespace {
 
 constexpr int writers = 4;
 
-void run_writers(const std::function<void(int writer)>& work) {
-    std::latch start(writers);
-    std::vector<std::jthread> threads;
-    for (int i = 0; i != writers; ++i) {
-        threads.emplace_back([&, i] {
-            start.arrive_and_wait();
-            work(i);
-        });
-    }
-}
-
 } // namespace
 
 TEST(LogThreads, LinesAreWholeAndNoneIsLost) {
     support::log_capture log(4);
-    run_writers([](int writer) {
+    support::run_side_by_side(writers, [](int writer) {
         for (int line = 0; line != 500; ++line) {
             info_logger{} << "writer " << writer << " line " << line;
             if (line % 100 == 0) set_log_level(static_cast<std::int16_t>(4 + writer % 2), false);
@@ -51,7 +39,7 @@ TEST(LogThreads, FailedTurnoverEndsTheLogAndFreesWhoWaits) {
     std::filesystem::create_directories(log.path() + ".bak/not empty");
     std::filesystem::resize_file(log.path(), 10'485'760);
     std::atomic<int> failures{0};
-    run_writers([&](int) {
+    support::run_side_by_side(writers, [&](int) {
         for (int line = 0; line != 50; ++line) {
             try {
                 info_logger{} << "x";

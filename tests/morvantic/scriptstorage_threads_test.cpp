@@ -1,5 +1,7 @@
 #include "support/memory_store.h"
 #include "support/package_builder.h"
+#include "support/received_file.h"
+#include "support/threads.h"
 #include "support/zip_builder.h"
 
 #include "morvantic/morvantic.h"
@@ -27,14 +29,6 @@ void write_package(const support::temp_folder& folder, const std::string& name, 
     folder.write(name, package.build());
 }
 
-struct received : CScriptArgumentCallbackOf<received> {
-    std::string content;
-
-    void set_bytes(const unsigned char* bytes, std::size_t size) override {
-        content.assign(reinterpret_cast<const char*>(bytes), size);
-    }
-};
-
 } // namespace
 
 TEST(StorageThreads, ReadersSeeOnePackageOrTheOtherWhileItIsReplaced) {
@@ -53,7 +47,7 @@ TEST(StorageThreads, ReadersSeeOnePackageOrTheOtherWhileItIsReplaced) {
         threads.emplace_back([&] {
             start.arrive_and_wait();
             while (!stop) {
-                received file;
+                support::received_file file;
                 if (!CScriptStorageInterface::get_python_script(L"b.py", &file) ||
                     file.content != std::string(member_size, file.content.front())) {
                     ++mixed;
@@ -82,19 +76,10 @@ TEST(StorageThreads, ReadersLoadAFailedStoreOnce) {
             support::memory_store::texts{{L"a.sc", "a"}, {L"b.sc", "b"}});
         support::memory_store& store = *owned;
         storage_test_seam::package() = std::move(owned);
-        std::latch start(4);
-        std::vector<std::thread> threads;
-        std::atomic<int> wrong{0};
-        for (int i = 0; i != 4; ++i) {
-            threads.emplace_back([&] {
-                start.arrive_and_wait();
-                if (CScriptStorage::instance().script_names().size() != 2) ++wrong;
-                if (!CScriptStorage::instance().contains(L"a.sc")) ++wrong;
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
-        EXPECT_EQ(wrong, 0);
+        support::run_side_by_side(4, [](int) {
+            EXPECT_EQ(CScriptStorage::instance().script_names().size(), 2u);
+            EXPECT_TRUE(CScriptStorage::instance().contains(L"a.sc"));
+        });
         EXPECT_EQ(store.updates, 1);
         storage_test_seam::package().reset();
     }

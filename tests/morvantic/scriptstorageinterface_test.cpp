@@ -1,8 +1,8 @@
 #include "morvantic/scriptstorageinterface.h"
 
-#include "morvantic/scriptargumentcallbackbase.h"
 #include "support/log_capture.h"
 #include "support/memory_store.h"
+#include "support/received_file.h"
 #include "support/test_streams.h"
 
 #include <cstddef>
@@ -17,16 +17,6 @@ using namespace std::string_literals;
 using names = std::vector<std::wstring>;
 
 namespace {
-
-struct receiver : CScriptArgumentCallbackOf<receiver> {
-    void set_bytes(const unsigned char* bytes, std::size_t size) override {
-        ++calls;
-        content.assign(bytes, bytes + size);
-    }
-
-    int calls = 0;
-    std::string content;
-};
 
 names rest_of(CScriptStorageInterface& storage) {
     names result;
@@ -78,7 +68,7 @@ TEST(StorageInterface, AssignmentSharesTheOtherSnapshot) {
 TEST(StorageInterface, HandsOutWholeFilesAsTheyAre) {
     support::installed_scripts scripts({{L"a.py", "\r\n\0\xFF"s}, {L"empty.xq", ""}});
 
-    receiver callback;
+    support::received_file callback;
     EXPECT_TRUE(CScriptStorageInterface::get_python_script(L"a.py", &callback));
     EXPECT_EQ(callback.content, "\r\n\0\xFF"s);
     EXPECT_EQ(scripts.store.last_kind, kind_python);
@@ -94,7 +84,7 @@ TEST(StorageInterface, HandsOutWholeFilesAsTheyAre) {
 
 TEST(StorageInterface, NothingToHandOut) {
     support::installed_scripts scripts({{L"a.py", "text"}});
-    receiver callback;
+    support::received_file callback;
     EXPECT_FALSE(CScriptStorageInterface::get_python_script(L"a.py", nullptr));
     EXPECT_FALSE(CScriptStorageInterface::get_python_script(L"A.py", &callback));
     EXPECT_THROW(CScriptStorageInterface::get_python_script(nullptr, nullptr), std::logic_error);
@@ -109,7 +99,7 @@ TEST(StorageInterface, AShortReadEndsInZeros) {
     scripts.store.open = [](const std::string& content) -> core::input_stream_ptr {
         return std::make_unique<support::trickle_stream>(support::to_bytes(content), 3);
     };
-    receiver callback;
+    support::received_file callback;
     EXPECT_TRUE(CScriptStorageInterface::get_python_script(L"a.py", &callback));
     EXPECT_EQ(callback.content, "tex\0"s);
     EXPECT_EQ(log.count("[ASSERT] readed == scriptCache.size()"), 1);
