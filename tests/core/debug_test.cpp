@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace core;
@@ -137,26 +136,6 @@ TEST(Log, TurnsOverAtTheByte) {
     std::filesystem::remove(log.path());
     info_logger{} << "into the open file, to which no path leads";
     EXPECT_FALSE(std::filesystem::exists(log.path() + ".bak"));
-}
-
-TEST(Log, ShortWriteIsTheLastUntilTheTurnover) {
-    log_capture log;
-    info_logger{} << "whole";
-    const std::uintmax_t size = std::filesystem::file_size(log.path());
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit nearly_reached{size + 10, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &nearly_reached);
-    info_logger{} << "cut";
-    setrlimit(RLIMIT_FSIZE, &before);
-    info_logger{} << "lost, for all the room there is again";
-    EXPECT_EQ(std::filesystem::file_size(log.path()), size + 10);
-
-    std::filesystem::resize_file(log.path(), turnover);
-    info_logger{} << std::string(100'000, 'x');
-    info_logger{} << "anew";
-    EXPECT_EQ(log.lines().size(), 2u);
-    EXPECT_EQ(log.count("anew"), 1);
 }
 
 TEST(Log, LoggerOwnsTheLogForItsLife) {

@@ -128,6 +128,13 @@ TEST(ZipStreamDirectory, ListsFilesInOrderOfTheirNames) {
     EXPECT_EQ(log.summary().size(), 2u) << "told also where the listing breaks off";
 }
 
+TEST(ZipStreamDirectory, ListsMoreFilesThanTheEndRecordCounts) {
+    zip_builder builder;
+    for (int number = 100'000; number != 166'000; ++number)
+        builder.members.push_back(stored(std::to_string(number), ""));
+    EXPECT_EQ(names_in(archive_of(builder)).size(), 66'000u);
+}
+
 TEST(ZipStreamDirectory, NamesAreDecodedByTheirFlag) {
     const auto listed = [](std::string name, std::uint16_t flags) {
         return names_in(archive_of({{{std::move(name), "x", 0, flags}}}));

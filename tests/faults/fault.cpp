@@ -2,70 +2,48 @@
 
 #include "morvantic/scriptsectionimpl.h"
 
-#include <algorithm>
 #include <cerrno>
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
+#include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <new>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace faults {
 
 namespace {
 
-thread_local armed* current = nullptr;
 thread_local std::ptrdiff_t live = 0;
 
 } // namespace
 
-armed::armed(const plan& planned) : m_plan(planned) { current = this; }
+std::ptrdiff_t live_allocations() { return live; }
 
-armed::~armed() { current = nullptr; }
-
-suspended::suspended() noexcept : m_before(current) { current = nullptr; }
-
-suspended::~suspended() { current = m_before; }
-
+/// Whether this very call is the one to fail; errno says how, and is `cut_short` for half a call.
 bool fails(const char* function) {
-    armed* const by = current;
+    armed* const by = armed::current;
     if (by == nullptr || by->m_plan.function != function) return false;
     const plan& planned = by->m_plan;
     ++by->m_calls;
-    const bool comes = by->m_calls == planned.at || (planned.lasting && by->reached());
-    if (comes && planned.action) {
+    if (planned.lasting ? !by->reached() : by->m_calls != planned.at) return false;
+    if (planned.action) {
         const suspended pause;
         planned.action();
         return false;
     }
-    if (comes) errno = planned.error;
-    return comes;
-}
-
-footprint held() {
-    constexpr int most = 64;
-    int descriptors = 0;
-    for (int number = 0; number != most; ++number)
-        descriptors += fcntl(number, F_GETFD) >= 0 ? 1 : 0;
-    return {live, descriptors};
+    errno = planned.error;
+    return true;
 }
 
 namespace {
 
-/// A section leaves its implementation, one object of the form that does not throw.
-std::ptrdiff_t weight_of(std::size_t size) {
-    return size == sizeof(engine::CScriptSectionImpl) ? 0 : 1;
-}
-
-void* allocated(std::size_t size, std::size_t alignment, std::ptrdiff_t weight) noexcept {
-    if (fails("new")) return nullptr;
-    void* memory = nullptr;
-    if (posix_memalign(&memory, alignment, size == 0 ? 1 : size) != 0) return nullptr;
-    live += weight;
-    return memory;
-}
-
-void* allocated_or_throw(std::size_t size, std::size_t alignment) {
-    void* const memory = allocated(size, alignment, 1);
-    if (memory == nullptr) throw std::bad_alloc();
+void* allocated(std::size_t size, std::ptrdiff_t weight) noexcept {
+    void* const memory = fails("new") ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (memory != nullptr) live += weight;
     return memory;
 }
 
@@ -74,51 +52,94 @@ void released(void* memory) noexcept {
     std::free(memory);
 }
 
-constexpr std::size_t usual = alignof(std::max_align_t);
+/// The version of a function that would run without the program's own.
+template <class Function>
+Function* next_version(const char* name) {
+    const suspended pause; // the loader allocates, and that is no concern of the engine
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
 
 } // namespace
 
 } // namespace faults
 
-// All forms, since a sanitizer has its own of those that are left out.
+// The forms that the engine uses, but for arrays: the library's own of those come here.
 
-void* operator new(std::size_t size) { return faults::allocated_or_throw(size, faults::usual); }
-
-void* operator new[](std::size_t size) { return faults::allocated_or_throw(size, faults::usual); }
-
-void* operator new(std::size_t size, std::align_val_t alignment) {
-    return faults::allocated_or_throw(size,
-                                      std::max(static_cast<std::size_t>(alignment), faults::usual));
+void* operator new(std::size_t size) {
+    if (void* const memory = faults::allocated(size, 1)) return memory;
+    throw std::bad_alloc();
 }
 
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    return faults::allocated(size, faults::usual, faults::weight_of(size));
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    return faults::allocated(size, faults::usual, 1);
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    // A section leaves its implementation, one object of this form.
+    return faults::allocated(size, size == sizeof(engine::CScriptSectionImpl) ? 0 : 1);
 }
 
 void operator delete(void* memory) noexcept { faults::released(memory); }
 
-void operator delete[](void* memory) noexcept { faults::released(memory); }
+void operator delete(void* memory, std::size_t) noexcept { faults::released(memory); }
 
-void operator delete(void* memory, std::size_t /*size*/) noexcept { faults::released(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { faults::released(memory); }
 
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { faults::released(memory); }
+// What the engine, the standard library and libcrypto call of the system: the real function, or a
+// failure as it would be. The program's own versions come before those of the C library.
 
-void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
-    faults::released(memory);
+#define REAL(name, ...) static const auto real = faults::next_version<__VA_ARGS__>(#name)
+
+#define MAY_FAIL(result, failure, name, parameters, arguments)                                     \
+    result name parameters {                                                                       \
+        REAL(name, result parameters);                                                             \
+        return faults::fails(#name) ? failure : real arguments;                                    \
+    }
+
+// Half of the work is done by half of the count.
+#define MAY_BE_CUT_SHORT(name, parameters, arguments)                                              \
+    ssize_t name parameters {                                                                      \
+        REAL(name, ssize_t parameters);                                                            \
+        if (!faults::fails(#name)) return real arguments;                                          \
+        if (errno != faults::cut_short) return -1;                                                 \
+        count = (count + 1) / 2;                                                                   \
+        return real arguments;                                                                     \
+    }
+
+// The argument behind the others is as wide as any that there is.
+#define MAY_FAIL_WITH_MORE(name, parameters, last, arguments)                                      \
+    int name parameters {                                                                          \
+        REAL(name, int parameters);                                                                \
+        va_list rest;                                                                              \
+        va_start(rest, last);                                                                      \
+        void* const more = va_arg(rest, void*);                                                    \
+        va_end(rest);                                                                              \
+        return faults::fails(#name) ? -1 : real arguments;                                         \
+    }
+
+#pragma GCC visibility push(default) // for the libraries
+
+extern "C" {
+
+// clang-format off
+MAY_FAIL_WITH_MORE(open, (const char* path, int flags, ...), flags, (path, flags, more))
+MAY_FAIL_WITH_MORE(fcntl, (int number, int command, ...), command, (number, command, more))
+MAY_FAIL(int, -1, fstat, (int number, struct stat* status) noexcept, (number, status))
+MAY_FAIL(int, -1, stat, (const char* path, struct stat* status) noexcept, (path, status))
+MAY_FAIL(int, -1, statx, (int at, const char* path, int flags, unsigned mask, struct statx* status)
+         noexcept, (at, path, flags, mask, status))
+MAY_BE_CUT_SHORT(pread, (int number, void* to, size_t count, off_t at), (number, to, count, at))
+MAY_BE_CUT_SHORT(write, (int number, const void* from, size_t count), (number, from, count))
+MAY_FAIL(int, -1, rename, (const char* from, const char* to) noexcept, (from, to))
+MAY_FAIL(int, -1, remove, (const char* path) noexcept, (path))
+MAY_FAIL(int, -1, mkdir, (const char* path, mode_t mode) noexcept, (path, mode))
+MAY_FAIL(DIR*, nullptr, opendir, (const char* path), (path))
+MAY_FAIL(dirent*, nullptr, readdir, (DIR* folder), (folder))
+MAY_FAIL(FILE*, nullptr, fopen64, (const char* path, const char* mode), (path, mode))
+
+// clang-format on
+
+int close(int number) {
+    REAL(close, int(int));
+    const int result = real(number); // the descriptor is gone even if it fails
+    return faults::fails("close") ? -1 : result;
+}
 }
 
-void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
-    faults::released(memory);
-}
-
-void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
-    faults::released(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
-    faults::released(memory);
-}
+#pragma GCC visibility pop

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string_view>
+#include <utility>
 
 // One fault, planned for one call of one function. The program's own operator new and its own
 // versions of what the engine calls of the system ask here, and fail as they are told.
@@ -23,19 +24,17 @@ struct plan {
 /// Carries out a plan while it lives, on this thread.
 class armed {
 public:
-    explicit armed(const plan& planned);
-    armed(const armed&) = delete;
-    armed& operator=(const armed&) = delete;
-    ~armed();
+    explicit armed(const plan& planned) : m_plan(planned) { current = this; }
 
-    /// How often the function has been called.
-    std::uint64_t calls() const noexcept { return m_calls; }
+    ~armed() { current = nullptr; }
 
     bool reached() const noexcept { return m_plan.at != 0 && m_calls >= m_plan.at; }
 
 private:
+    friend class suspended;
     friend bool fails(const char* function);
 
+    inline static thread_local armed* current = nullptr;
     const plan& m_plan;
     std::uint64_t m_calls = 0;
 };
@@ -43,24 +42,13 @@ private:
 /// The test's own doings, which neither count nor fail.
 class suspended {
 public:
-    suspended() noexcept;
-    suspended(const suspended&) = delete;
-    suspended& operator=(const suspended&) = delete;
-    ~suspended();
+    ~suspended() { armed::current = m_before; }
 
 private:
-    armed* m_before;
+    armed* m_before = std::exchange(armed::current, nullptr);
 };
 
-/// Whether this very call is the one to fail; errno says how, and is `cut_short` for half a call.
-bool fails(const char* function);
-
-/// What is held of the process.
-struct footprint {
-    std::ptrdiff_t allocations; // of operator new, without those that sections leave by design
-    int descriptors;
-};
-
-footprint held();
+/// Of operator new, without those that sections leave by design.
+std::ptrdiff_t live_allocations();
 
 } // namespace faults

@@ -1,58 +1,44 @@
 #include "faults/workload.h"
 
+#include "support/log_capture.h"
 #include "support/rows.h"
+
+#include "core/debug.h"
+#include "core/platform.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <openssl/evp.h>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace faults {
 
 namespace {
 
-/// Lives of the workload, each with a fault and then one without.
+std::ptrdiff_t open_descriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+/// Lives of the workload, to compare with a sound one.
 class Lives {
 protected:
     Lives() {
         work.run(); // what is made once stays
         sound = work.run();
+        for (const result& step : sound.steps)
+            EXPECT_EQ(step.text == failed, step.step == "missing") << step.step;
     }
 
-    /// The outcome has to be one that is described. Says whether the planned call came.
-    bool survives(const plan& fault, const std::function<void(const outcome&)>& look = {}) {
-        SCOPED_TRACE(std::string(fault.function) + " " + std::to_string(fault.at));
-        footprint expected = held();
-        bool reached = false;
-        {
-            const outcome faulty = work.run(fault);
-            reached = faulty.reached;
-            if (faulty.log_ended) ++expected.allocations; // with the lock in it
-            compare(faulty, is_described);
-            if (!fault.lasting) expect_log_free(faulty);
-            if (look) look(faulty);
-        }
-        const footprint after = held();
-        EXPECT_EQ(after.allocations, expected.allocations);
-        EXPECT_EQ(after.descriptors, expected.descriptors);
-        return reached;
-    }
-
-    /// One fault elsewhere leaves no lock of the log behind, and so no turnover that fails.
-    void expect_log_free(const outcome& faulty) const {
-        const auto turnover = sound.steps.end() - 2;
-        const auto [found, expected] =
-            std::mismatch(faulty.steps.begin(), faulty.steps.end(), sound.steps.begin());
-        EXPECT_TRUE(expected >= turnover || *(faulty.steps.end() - 2) == *turnover);
-    }
-
-    void expect_healthy() {
-        const outcome again = work.run();
-        compare(again, std::equal_to<>());
-        EXPECT_EQ(again.log, sound.log);
+    void expect_sound(const outcome& found) {
+        compare(found, std::equal_to<>());
+        EXPECT_EQ(found.log, sound.log);
     }
 
     template <class Predicate>
@@ -68,160 +54,188 @@ protected:
     outcome sound;
 };
 
+/// What a fault may show of itself: some steps fail; the same, and it lasts; nothing; the end of
+/// the log until it turns over; or that the package was changed.
+enum effect { some, lasting, none, log_ends, refusal };
+
 struct kind_of_fault {
     const char* name;
     const char* function;
     int error;
-
-    enum { once, lasting, unseen } how = once; // unseen: the engine makes up for it
+    effect shows = some;
+    void (*change)(const std::string& package) = nullptr; // in place of the error
 };
 
-class Fault : public Lives, public testing::TestWithParam<kind_of_fault> {};
+class Fault : public Lives, public testing::TestWithParam<kind_of_fault> {
+protected:
+    void expect_allowed(const outcome& faulty) {
+        compare(faulty, is_described);
+        const effect shows = GetParam().shows;
+        if (shows == none) compare(faulty, std::equal_to<>());
+        if (shows == log_ends) expect_log_ends(faulty);
+        if (shows == lasting) return;
+        // No lock of the log is left behind, or the turnover fails as well.
+        const auto turnover = sound.steps.end() - 3;
+        const auto first = std::mismatch(sound.steps.begin(), turnover, faulty.steps.begin()).first;
+        EXPECT_TRUE(first == turnover ||
+                    std::equal(turnover, turnover + 2, faulty.steps.end() - 3));
+    }
+
+    /// The line that finds no room is the last, later from life to life. It may come in part.
+    void expect_log_ends(const outcome& faulty) {
+        EXPECT_GE(faulty.log.size(), m_lines);
+        m_lines = faulty.log.size();
+        ASSERT_LE(m_lines, sound.log.size());
+        for (std::size_t i = 0; i != m_lines; ++i) {
+            const bool in_part = GetParam().error == cut_short && i + 1 == m_lines;
+            EXPECT_TRUE(faulty.log[i] == sound.log[i] ||
+                        (in_part && (sound.log[i].starts_with(faulty.log[i]) ||
+                                     faulty.log[i].starts_with("20"))))
+                << i;
+        }
+        // Nobody is told, and the new file is whole.
+        if (m_lines < sound.log.size()) compare(faulty, std::equal_to<>());
+    }
+
+private:
+    std::size_t m_lines = 0;
+};
 
 } // namespace
 
 TEST_P(Fault, IsSurvivedWhereverItComes) {
-    const auto& [name, function, error, how] = GetParam();
-    const unsigned stride = std::string_view(function) == "new" ? 8 : 1; // of the lives without
-    plan fault{function, error, 0, how == kind_of_fault::lasting};
-    const bool hidden = how == kind_of_fault::unseen;
-    const auto look = [&](const outcome& faulty) {
-        if (hidden) compare(faulty, std::equal_to<>());
-    };
-    do {
+    const kind_of_fault& kind = GetParam();
+    plan fault{kind.function, kind.error, 0, kind.shows == lasting};
+    if (kind.change != nullptr) fault.action = [&] { kind.change(work.package_path()); };
+    bool is_told = false;
+    for (bool reached = true; reached && !HasFailure();) {
         ++fault.at;
-        const bool reached = survives(fault, look);
-        if (!reached || fault.at % stride == 0) expect_healthy();
-        if (!reached) break;
-    } while (!HasFailure());
+        SCOPED_TRACE(fault.at);
+        std::ptrdiff_t allocations = live_allocations();
+        const std::ptrdiff_t descriptors = open_descriptors();
+        {
+            const outcome faulty = work.run(fault);
+            reached = faulty.reached;
+            if (faulty.log_ended) ++allocations; // with the lock in it
+            expect_allowed(faulty);
+            is_told |= std::any_of(faulty.log.begin(), faulty.log.end(), [](const auto& line) {
+                return line.ends_with("Package changed after verification.");
+            });
+        }
+        EXPECT_EQ(live_allocations(), allocations);
+        EXPECT_EQ(open_descriptors(), descriptors);
+        if (fault.action) work.restore_package();
+    }
+    expect_sound(work.run());
     EXPECT_GT(fault.at, 1u) << "the function is never called";
-    EXPECT_LE(fault.at, 5000u) << "too many for a sweep";
-    RecordProperty("calls", static_cast<int>(fault.at - 1));
+    if (kind.change != nullptr) {
+        EXPECT_EQ(is_told, kind.shows == refusal);
+    }
 }
 
 // clang-format off
-INSTANTIATE_TEST_SUITE_P(
-    Each, Fault,
-    testing::Values(
-        kind_of_fault{"Allocation", "new", ENOMEM},
-        kind_of_fault{"NoMemoryLeft", "new", ENOMEM, kind_of_fault::lasting},
-        kind_of_fault{"Open", "open", EMFILE},
-        kind_of_fault{"NoDescriptorsLeft", "open", EMFILE, kind_of_fault::lasting},
-        kind_of_fault{"OpenInterrupted", "open", EINTR, kind_of_fault::unseen},
-        kind_of_fault{"OpenFolder", "opendir", EMFILE},
-        kind_of_fault{"OpenKey", "fopen64", EMFILE},
-        kind_of_fault{"ReadKey", "fgets", EIO},
-        kind_of_fault{"ReadFolder", "readdir", EIO},
-        kind_of_fault{"Duplicate", "fcntl", EMFILE},
-        kind_of_fault{"SizeOfFile", "fstat", EIO},
-        kind_of_fault{"SizeOfLog", "statx", EIO},
-        kind_of_fault{"Status", "stat", EACCES},
-        kind_of_fault{"Read", "pread", EIO},
-        kind_of_fault{"ReadInterrupted", "pread", EINTR, kind_of_fault::unseen},
-        kind_of_fault{"ReadCutShort", "pread", cut_short},
-        kind_of_fault{"Write", "write", ENOSPC},
-        kind_of_fault{"NoRoomLeft", "write", ENOSPC, kind_of_fault::lasting},
-        kind_of_fault{"WriteInterrupted", "write", EINTR, kind_of_fault::unseen},
-        kind_of_fault{"WriteCutShort", "write", cut_short},
-        kind_of_fault{"Rename", "rename", EIO},
-        kind_of_fault{"Remove", "remove", EACCES},
-        kind_of_fault{"MakeFolder", "mkdir", ENOSPC},
-        kind_of_fault{"Close", "close", EIO}),
-    support::row_name);
+const kind_of_fault kinds[] = {
+    {"Allocation", "new", ENOMEM},
+    {"NoMemoryLeft", "new", ENOMEM, lasting},
+    {"Open", "open", EMFILE},
+    {"NoDescriptorsLeft", "open", EMFILE, lasting},
+    {"OpenInterrupted", "open", EINTR, none},
+    {"OpenFolder", "opendir", EMFILE},
+    {"OpenKey", "fopen64", EMFILE},
+    {"ReadFolder", "readdir", EIO},
+    {"Duplicate", "fcntl", EMFILE},
+    {"SizeOfFile", "fstat", EIO},
+    {"SizeOfLog", "statx", EIO},
+    {"Status", "stat", EACCES},
+    {"Read", "pread", EIO},
+    {"ReadInterrupted", "pread", EINTR, none},
+    {"ReadCutShort", "pread", cut_short},
+    {"Write", "write", ENOSPC, log_ends},
+    {"WriteCutShort", "write", cut_short, log_ends},
+    {"WriteInterrupted", "write", EINTR, none},
+    {"NoRoomLeft", "write", ENOSPC, lasting},
+    {"Rename", "rename", EIO},
+    {"Remove", "remove", EACCES},
+    {"MakeFolder", "mkdir", ENOSPC},
+    {"Close", "close", EIO},
 
+    // Changes of an installed package, which nobody should make: in front of each read, while it
+    // is verified, listed, opened and read.
+    {"Replaced", "pread", 0, none, [](const std::string& path) {
+         std::ofstream(path + ".new") << std::string(std::filesystem::file_size(path), 'x');
+         std::filesystem::rename(path + ".new", path);
+     }},
+    {"CutOff", "pread", 0, refusal, [](const std::string& path) {
+         std::filesystem::resize_file(path, std::filesystem::file_size(path) / 2);
+     }},
+    {"Overwritten", "pread", 0, refusal, [](const std::string& path) {
+         std::fstream(path, std::ios::in | std::ios::out)
+             << std::string(std::filesystem::file_size(path), 'x');
+     }}};
 // clang-format on
 
-class FullDisk : public Lives, public testing::Test {};
+INSTANTIATE_TEST_SUITE_P(Each, Fault, testing::ValuesIn(kinds), support::row_name);
 
-/// The line that finds no room is the last until the turnover opens a file anew.
-TEST_F(FullDisk, EndsTheLogUntilItTurnsOver) {
-    for (const int error : {ENOSPC, cut_short}) {
-        std::size_t lines = 0;
-        for (plan fault{"write", error, 1}; lines < sound.log.size(); ++fault.at) {
-            survives(fault, [&](const outcome& faulty) {
-                EXPECT_GE(faulty.log.size(), lines);
-                lines = faulty.log.size();
-                EXPECT_LE(lines, sound.log.size());
-                // The last line may have come in part.
-                for (std::size_t i = 0; i != lines; ++i) {
-                    EXPECT_TRUE(i + 1 == lines && error == cut_short
-                                    ? sound.log[i].starts_with(faulty.log[i]) ||
-                                          faulty.log[i].starts_with("20")
-                                    : faulty.log[i] == sound.log[i])
-                        << i;
-                }
-                if (lines == sound.log.size()) return;
-                compare(faulty, std::equal_to<>()); // nobody is told, and the new file is whole
-            });
-            if (HasFailure()) return;
-        }
-        EXPECT_EQ(lines, sound.log.size());
+/// What a host may change of its process.
+class Surroundings : public Lives, public testing::Test {};
+
+TEST_F(Surroundings, LocaleOfTheHost) {
+    const support::temp_folder folder;
+    const std::string command =
+        "localedef -c -i de_DE -f ISO-8859-1 " + folder.file("xx_XX") + " >/dev/null 2>&1";
+    setenv("LOCPATH", folder.path().c_str(), 1);
+    if (system(command.c_str()) != 0 || setlocale(LC_ALL, "xx_XX") == nullptr) {
+        GTEST_SKIP() << "no such locale can be made here";
     }
+    EXPECT_STREQ(localeconv()->decimal_point, ",");
+    expect_sound(work.run());
+    support::log_capture log;
+    core::info_logger{} << 1234567.5 << L" \xE4";
+    EXPECT_EQ(log.lines().front().text, "1234567.500000 \xC3\xA4");
+    setlocale(LC_ALL, "C");
+    unsetenv("LOCPATH");
 }
 
-/// Ways to change an installed package, which nobody should.
-enum change { replaced, unlinked, cut_off, emptied, overwritten };
-
-struct kind_of_change {
-    const char* name;
-    change how;
-};
-
-class ChangedPackage : public Lives, public testing::TestWithParam<kind_of_change> {
-protected:
-    void change_package() const {
-        const std::string& path = work.package_path();
-        switch (GetParam().how) {
-        case replaced: {
-            std::ofstream(path + ".new") << std::string(work.package_size(), 'x');
-            std::filesystem::rename(path + ".new", path);
-            return;
-        }
-        case unlinked:
-            std::filesystem::remove(path);
-            return;
-        case cut_off:
-            std::filesystem::resize_file(path, work.package_size() / 2);
-            return;
-        case emptied:
-            std::filesystem::resize_file(path, 0);
-            return;
-        case overwritten:
-            std::fstream(path, std::ios::in | std::ios::out | std::ios::binary)
-                << std::string(work.package_size(), 'x');
-            return;
-        }
-    }
-};
-
-/// In front of each read of the package: while it is verified, listed, opened and read.
-TEST_P(ChangedPackage, IsServedAsItWasVerifiedOrNotAtAll) {
-    const bool unseen = GetParam().how == replaced || GetParam().how == unlinked;
-    plan fault{"pread", 0};
-    fault.action = [&] { change_package(); };
-    bool told = false;
-    do {
-        ++fault.at;
-        const bool reached = survives(fault, [&](const outcome& faulty) {
-            if (unseen) compare(faulty, std::equal_to<>());
-            told = told || std::any_of(faulty.log.begin(), faulty.log.end(), [](const auto& line) {
-                       return line.ends_with("Package changed after verification.");
-                   });
-        });
-        work.restore_package();
-        expect_healthy();
-        if (!reached) break;
-    } while (!HasFailure());
-    EXPECT_GT(fault.at, 10u);
-    EXPECT_EQ(told, !unseen);
+TEST_F(Surroundings, TimeZoneOfTheHost) {
+    setenv("TZ", "Pacific/Kiritimati", 1);
+    tzset();
+    expect_sound(work.run());
+    EXPECT_EQ(core::utc_stamp().of(0), "1970-01-01 00:00:00Z");
+    unsetenv("TZ");
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, ChangedPackage,
-                         testing::Values(kind_of_change{"Replaced", replaced},
-                                         kind_of_change{"Unlinked", unlinked},
-                                         kind_of_change{"CutOff", cut_off},
-                                         kind_of_change{"Emptied", emptied},
-                                         kind_of_change{"Overwritten", overwritten}),
-                         support::row_name);
+/// Without an algorithm no signature holds; an open package gives nothing, or what it should.
+TEST_F(Surroundings, AlgorithmsOfTheHost) {
+    ASSERT_EQ(EVP_set_default_properties(nullptr, "fips=yes"), 1);
+    const outcome without = work.run();
+    ASSERT_EQ(EVP_set_default_properties(nullptr, ""), 1);
+    compare(without, is_described);
+    EXPECT_EQ(without.steps[2].text, failed) << "installed with another's algorithms";
+    expect_sound(work.run());
+}
+
+/// Both processes go on: in the log that was open, and with all that the engine can do.
+TEST_F(Surroundings, ForkWithAnOpenLog) {
+    support::log_capture log;
+    core::info_logger{} << "before";
+    const pid_t child = fork();
+    if (child == 0) {
+        core::info_logger{} << "child";
+        core::close_log();
+        _exit(work.run().steps == sound.steps ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    core::info_logger{} << "parent";
+    std::vector<pid_t> writers;
+    std::istringstream content(support::read_file(log.path()));
+    for (std::string line; std::getline(content, line);)
+        writers.push_back(std::stoi(line.substr(23), nullptr, 16));
+    EXPECT_EQ(writers, (std::vector{getpid(), child, getpid()}));
+    EXPECT_EQ(log.lines()[1].text, "child");
+    core::close_log();
+    expect_sound(work.run());
+}
 
 } // namespace faults

@@ -1,32 +1,28 @@
 #include "faults/workload.h"
 
+#include "support/encrypted_package.h"
 #include "support/memory_store.h"
-#include "support/package_builder.h"
+#include "support/received_file.h"
 #include "support/zip_builder.h"
 
 #include "core/logfile.h"
-#include "core_crypto/cipher.h"
 #include "morvantic/morvantic.h"
-#include "morvanticshared/packageheader.h"
 
 #include <algorithm>
-#include <array>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <recorder.h>
 #include <sstream>
-#include <sys/stat.h>
-#include <unistd.h>
 
 using namespace engine;
+using interface = CScriptStorageInterface;
 
 namespace faults {
 
 namespace {
 
-constexpr off_t turnover = 10'485'760;
+constexpr std::uintmax_t turnover = 10'485'760;
 
 constexpr const char* script_text = R"(
 ::App::Header::{
@@ -49,7 +45,7 @@ constexpr const char* script_text = R"(
 }
 )";
 
-/// Bytes that cannot be packed, of several blocks.
+/// Bytes that cannot be packed.
 std::string noise(std::size_t count) {
     std::mt19937 random(7);
     std::string text(count, '\0');
@@ -58,45 +54,38 @@ std::string noise(std::size_t count) {
     return text;
 }
 
-support::bytes encrypted_package() {
+support::bytes mail_package() {
     support::zip_builder archive;
-    archive.members = {{"Resources/noise", noise(36'000), 0},
-                       {"mail.sc", script_text},
-                       {"python/crypto.py", noise(4'000) + std::string(30'000, 'p')}};
-    support::package_builder package;
-    package.encryption_type = 16192;
-    const auto header = package::read_header(*support::deep_stream(package.header()));
-    core::CCipher cipher(core::op_encrypt, core::mode_cfb, header->package_key());
-    cipher.set_iv(header->package_iv());
-    const support::bytes clear = archive.build().content;
-    cipher.append(clear.data(), clear.size());
-    package.payload = cipher.finish();
-    return package.build();
+    archive.members = {{"Resources/noise", noise(17'000), 0}, // more than a verified block
+                       {"kept.sc", "::App::Header::{}"},
+                       {"mail.sc", script_text, 0},
+                       {"python/crypto.py", noise(2'000) + std::string(6'000, 'p')}};
+    return support::encrypted_package(archive.build().content).build();
 }
 
-struct received : CScriptArgumentCallbackOf<received> {
-    std::string content;
+std::string installed(const std::wstring& path, const std::wstring& key) {
+    const unsigned short code = mv_update_scripts_package(path.c_str(), key.c_str());
+    if (code == mv_success) return "installed";
+    return code == mv_package_refused || code == mv_failed ? failed : "unknown code";
+}
 
-    void set_bytes(const unsigned char* bytes, std::size_t size) override {
-        const suspended pause;
-        content.assign(reinterpret_cast<const char*>(bytes), size);
-    }
-};
-
-using get_operation = bool (*)(const wchar_t*, CScriptArgumentCallback*);
-
-std::string fetched(get_operation get, const wchar_t* name) {
-    received file;
+std::string fetched(bool (*get)(const wchar_t*, CScriptArgumentCallback*), const wchar_t* name) {
+    support::received_file file;
     return get(name, &file) ? std::move(file.content) : failed;
 }
 
 std::string listed() {
-    CScriptStorageInterface storage;
+    interface storage;
     std::string names;
     const suspended pause;
     while (const wchar_t* name = storage.next())
         names += to_utf8(name) + "\n";
     return names;
+}
+
+std::string has_header(CScript& script) {
+    script.init();
+    return script.section("App", "Header") != nullptr ? "" : failed;
 }
 
 std::string read_script(const wchar_t* name) {
@@ -134,124 +123,90 @@ std::vector<std::string> lines_of(const std::string& path) {
     return lines;
 }
 
+/// What a log that was filled up to its turnover has come to, and the lines behind that.
+std::string turned_over(const std::string& log) {
+    std::error_code ignored;
+    if (std::filesystem::file_size(log + ".bak", ignored) != turnover) return failed;
+    std::string text = "turned";
+    for (const std::string& line : lines_of(log))
+        text += "\n" + line;
+    return text;
+}
+
 } // namespace
 
-workload::workload() : m_package(encrypted_package()), m_package_path(m_folder.file("mail.pkg")) {
+workload::workload() : m_package(mail_package()) {
     restore_package();
     m_folder.write("again.pkg", m_package);
     m_folder.write("folder/plain.sc", "::App::Header::{ Package { names = \"plain\"; } }");
-    support::test_keys::signing();
 }
 
 void workload::restore_package() const {
-    const std::string fresh = m_folder.write("fresh", m_package);
-    std::filesystem::rename(fresh, m_package_path);
+    std::filesystem::rename(m_folder.write("fresh", m_package), package_path());
 }
 
-/// Leaves a backup for the turnover to remove.
-void workload::clear_log() const { std::filesystem::remove_all(m_folder.file("log")); }
-
-outcome workload::run(const plan& fault) {
+outcome workload::run(const plan& fault) const {
     const std::wstring log_folder = m_folder.wide_file("log");
     const std::wstring folder = m_folder.wide_file("folder");
+    const std::wstring first = m_folder.wide_file("mail.pkg");
+    const std::wstring second = m_folder.wide_file("again.pkg");
     const std::wstring key = support::test_keys::signing().wide_public_path();
-    const std::string log = log_path();
+    const std::string log = m_folder.file("log/morvantic.log");
+    std::filesystem::remove_all(m_folder.file("log"));
     outcome result;
-    clear_log();
-    armed arm(fault);
+    std::unique_ptr<CScript> kept; // over an installation
 
-    const auto step = [&](const char* name, auto&& work) {
-        std::string text;
-        try {
-            text = work();
-        } catch (const std::exception&) {
-            text = failed;
-        }
-        const suspended pause;
-        result.steps.push_back({name, std::move(text)});
-    };
-    const auto install = [&](const char* name) {
-        std::wstring path;
-        {
-            const suspended pause;
-            path = m_folder.wide_file(name);
-        }
-        const unsigned short code = mv_update_scripts_package(path.c_str(), key.c_str());
-        return code == mv_success                                ? "installed"
-               : code == mv_package_refused || code == mv_failed ? failed
-                                                                 : "unknown code";
-    };
-
-    step("log opened", [&] { return mv_init(log_folder.c_str()) == mv_success ? "" : "code"; });
-    step("level", [&] { return mv_set_log_level(5, false) == mv_success ? "" : "code"; });
-    step("install", [&] { return install("mail.pkg"); });
-    step("list", listed);
-    {
-        std::unique_ptr<CScript> kept;
-        step("open", [&] {
-            kept = std::make_unique<CScript>(L"mail.sc");
-            return "";
-        });
-        step("script", [] { return read_script(L"mail.sc"); });
-        step("stored", [] {
-            return fetched(CScriptStorageInterface::get_resource_file, L"Resources/noise");
-        });
-        step("deflated", [] {
-            return fetched(CScriptStorageInterface::get_python_script, L"python/crypto.py");
-        });
-        step("install again", [&] { return install("again.pkg"); });
-        step("kept", [&] {
-            if (kept == nullptr) return failed;
-            kept->init();
-            return kept->section("App", "Header") != nullptr ? "" : failed;
-        });
-    }
-    step("missing", [] { return fetched(CScriptStorageInterface::get_xquery_script, L"none.xq"); });
-    step("folder", [&] {
-        CScriptStorage::instance().add_folder(folder);
-        return listed();
-    });
-    step("plain", [] {
-        CScript script(L"plain.sc");
-        script.init();
-        return script.section("App", "Header") != nullptr ? "" : failed;
-    });
-    {
+    const auto fill_log = [&] {
         const suspended pause;
         result.log = lines_of(log);
-        std::ofstream(log + ".bak") << "an earlier log";
-        if (std::filesystem::exists(log)) truncate(log.c_str(), turnover);
-    }
-    step("turnover", [] {
-        mv_set_log_level(4, false);
-        mv_set_log_level(5, false);
+        std::ofstream(log + ".bak") << "an earlier log, for the turnover to remove";
+        if (std::filesystem::exists(log)) std::filesystem::resize_file(log, turnover);
         return "";
-    });
-    const core::internals::log_target* target = core::internals::current_target.load();
-    result.log_ended = target != nullptr && target->ended();
-    mv_shutdown();
-    storage_test_seam::package().reset();
-    storage_test_seam::folder().reset();
+    };
 
-    const suspended pause;
-
-    struct stat status {};
-
-    const bool turned = stat((log + ".bak").c_str(), &status) == 0 && status.st_size == turnover;
-    std::string text = turned ? "turned" : failed;
-    if (turned) {
-        for (const std::string& line : lines_of(log))
-            text += "\n" + line;
+    const std::pair<const char*, std::function<std::string()>> steps[] = {
+        {"log opened", [&] { return mv_init(log_folder.c_str()) == mv_success ? "" : "code"; }},
+        {"level", [] { return mv_set_log_level(5, false) == mv_success ? "" : "code"; }},
+        {"install", [&] { return installed(first, key); }},
+        {"list", listed},
+        {"open", [&] { return kept = std::make_unique<CScript>(L"kept.sc"), ""; }},
+        {"script", [] { return read_script(L"mail.sc"); }},
+        {"stored", [] { return fetched(interface::get_resource_file, L"Resources/noise"); }},
+        {"deflated", [] { return fetched(interface::get_python_script, L"python/crypto.py"); }},
+        {"install again", [&] { return installed(second, key); }},
+        {"kept", [&] { return kept ? has_header(*std::exchange(kept, nullptr)) : failed; }},
+        {"missing", [] { return fetched(interface::get_xquery_script, L"none.xq"); }},
+        {"folder", [&] { return CScriptStorage::instance().add_folder(folder), listed(); }},
+        {"plain", [] { return has_header(*std::make_unique<CScript>(L"plain.sc")); }},
+        {"log filled", fill_log},
+        {"turnover", [] { return mv_set_log_level(4, false) == mv_success ? "" : failed; }},
+        {"behind it", [] { return mv_set_log_level(5, false) == mv_success ? "" : failed; }}};
+    {
+        const armed arm(fault);
+        for (const auto& [name, work] : steps) {
+            std::string text;
+            try {
+                text = work();
+            } catch (const std::exception&) {
+                text = failed;
+            }
+            const suspended pause;
+            result.steps.push_back({name, std::move(text)});
+        }
+        const core::internals::log_target* target = core::internals::current_target.load();
+        result.log_ended = target != nullptr && target->ended();
+        mv_shutdown();
+        storage_test_seam::package().reset();
+        storage_test_seam::folder().reset();
+        result.reached = arm.reached();
     }
-    result.steps.push_back({"log", std::move(text)});
-    result.calls = arm.calls();
-    result.reached = arm.reached();
+    result.steps.push_back({"log", turned_over(log)});
     return result;
 }
 
 bool is_described(const result& faulty, const result& sound) {
-    if (faulty.text == sound.text || faulty.text == failed) return true;
     const std::string& got = faulty.text;
+    if (got == sound.text || got == failed) return true;
     if (faulty.step == "list" || faulty.step == "folder") { // cut short, or nothing installed
         std::istringstream names(got);
         for (std::string name; std::getline(names, name);) {
@@ -260,11 +215,11 @@ bool is_described(const result& faulty, const result& sound) {
         return true;
     }
     if (faulty.step == "stored" || faulty.step == "deflated") { // zeros for what did not come
-        if (got.empty()) return true;
         const auto differs =
             std::mismatch(got.begin(), got.end(), sound.text.begin(), sound.text.end()).first;
-        return got.size() == sound.text.size() &&
-               std::all_of(differs, got.end(), [](char byte) { return byte == 0; });
+        return got.empty() ||
+               (got.size() == sound.text.size() &&
+                std::all_of(differs, got.end(), [](char byte) { return byte == 0; }));
     }
     // A line that did not reach the log.
     return faulty.step == "log" && got.starts_with("turned");

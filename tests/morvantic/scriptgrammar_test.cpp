@@ -33,6 +33,17 @@ TEST(Grammar, HostThatThrowsEndsTheSectionAndKeepsTheCallStack) {
         << log.lines().back().text;
 }
 
+TEST(Grammar, ObjectsFollowEachOtherWithoutEnd) {
+    constexpr std::size_t objects = 200'000;
+    std::string text;
+    for (std::size_t i = 0; i != objects; ++i)
+        text += "ZipAnalyzer<>(){}";
+    recorded_text demo("::a::Script::{" + text + "}");
+    auto* body = dynamic_cast<recorder::recording_body*>(demo.script.section("a", "Script"));
+    ASSERT_NE(body, nullptr);
+    EXPECT_EQ(body->calls().size(), 2 * objects);
+}
+
 TEST(Grammar, SectionsSeeWhatThoseAskedForBeforeHaveDeclared) {
     const std::string text = R"(::App::Include::{ ns = Python { path = "p"; dependencies = "d"; } }
         ::a::Script::{ const c = "a"; func setSpecific(c, ns::f()); }

@@ -2,11 +2,10 @@
 
 #include "core/bufferedinputstream.h"
 #include "core/winapifileinputstream.h"
-#include "core_crypto/cipher.h"
 #include "morvanticshared/packageverification.h"
+#include "support/encrypted_package.h"
 #include "support/inflating_stream.h"
 #include "support/log_capture.h"
-#include "support/package_builder.h"
 #include "support/stream_contract.h"
 #include "support/zip_builder.h"
 
@@ -20,6 +19,7 @@ namespace {
 using namespace package;
 using support::bytes;
 using support::deep_stream;
+using support::encrypted_package;
 using support::package_builder;
 using support::test_keys;
 using strings = std::vector<std::string>;
@@ -40,18 +40,6 @@ core::input_stream_ptr package_of(const bytes& content) {
     package_builder package;
     package.payload = content;
     return opened(file_of(package.build()));
-}
-
-/// A package whose payload is the cipher text of the content.
-package_builder encrypted_package(const bytes& content, std::uint32_t type = 16192) {
-    package_builder package;
-    package.encryption_type = type;
-    const auto header = read_header(*deep_stream(package.header()));
-    core::CCipher cipher(core::op_encrypt, core::mode_cfb, header->package_key());
-    cipher.set_iv(header->package_iv());
-    cipher.append(content.data(), content.size());
-    package.payload = cipher.finish();
-    return package;
 }
 
 core::input_stream_ptr encrypted_package_of(const bytes& content) {
