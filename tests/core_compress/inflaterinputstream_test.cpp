@@ -201,17 +201,21 @@ TEST(InflaterInputStream, WhatTheFirstPassKeptShowsNowhere) {
 }
 
 TEST(InflaterInputStream, ContentIsInflatedOnceForAReaderInOrder) {
-    for (const std::size_t size : {50000u, 4194304u, 4194305u}) {
-        const std::string content = content_of(noise, size);
+    for (const std::size_t size : {70000u, 4194304u, 4194305u, 6000000u}) {
+        const std::string content = content_of(text, size);
         const auto tank = std::make_shared<fuel_tank>();
         const auto stream = InflaterInputStream::create(
-            std::make_unique<fuel_stream>(deflated(content), tank), raw, 1u << 20);
+            std::make_unique<fuel_stream>(deflated(content), tank), raw, 1000);
         const std::uint64_t reads = tank->reads;
         EXPECT_EQ(stream->read_string(40000) + stream->read_string(size), content);
         EXPECT_EQ(tank->reads == reads, size <= 4194304) << size;
         EXPECT_TRUE(stream->set_pos(0));
         EXPECT_EQ(stream->read_string(size), content);
         EXPECT_GT(tank->reads, reads);
+        for (std::size_t place = size / 65536 * 65536; place != 0; place -= 65536) {
+            EXPECT_TRUE(stream->set_pos(place)); // backwards, so that each begins at a point
+            ASSERT_TRUE(stream->read_string(65536) == content.substr(place, 65536)) << place;
+        }
     }
 }
 

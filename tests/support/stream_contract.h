@@ -52,8 +52,8 @@ TEST_P(StreamContract, TypedReadWithoutEnoughBytes) {
     EXPECT_EQ(stream->pos(), GetParam().in_memory ? 0u : 3u);
 }
 
-/// Thousands of seeded operations beside a plain array, on views of ever other places. A fuzz target
-/// goes on from there.
+/// Thousands of seeded operations beside a plain array, on views of ever other places. A fuzz
+/// target goes on from there.
 TEST_P(StreamContract, RandomOperationsAgreeWithAPlainArray) {
     std::mt19937 random(20261112);
     for (unsigned round = 0; round != 24; ++round) {
