@@ -25,10 +25,11 @@ CPackageInputStream::CPackageInputStream(core::input_stream_ptr stream,
                                          const std::wstring& key_path)
     : m_stream(std::move(stream)) {
     if (!m_stream) return;
-    auto blocks = core::log_and_rethrow([] { return std::make_shared<verified_blocks>(); });
-    verification result = verify_package(*m_stream, key_path, blocks.get());
-    m_header = std::move(result.header);
     core::input_stream_ptr stored = std::exchange(m_stream, nullptr);
+    auto blocks = core::log_and_swallow([] { return std::make_shared<verified_blocks>(); });
+    if (!blocks) return;
+    verification result = verify_package(*stored, key_path, blocks.get());
+    m_header = std::move(result.header);
     if (result.fault != fault_none) return;
     m_blocks = std::move(blocks);
     m_stream = core::log_and_swallow([&] {
