@@ -26,20 +26,19 @@ struct counted_buffer {
 
 TEST(BufferedInputStream, StraddlingValueIsBigEndian) {
     counted_buffer buffered(64);
-    const auto stream = buffered.stream.get();
+    buffered_input_stream& stream = *buffered.stream;
     const auto at_edge = [&](auto read) {
-        stream->reset();
-        stream->read_uint8();
-        stream->skip(14);
+        stream.reset();
+        stream.read_bytes(15);
         return std::bit_cast<internals::unsigned_of_width<sizeof(read())>>(read());
     };
     const auto little = encoding_little_endian;
-    EXPECT_EQ(at_edge([&] { return stream->read_uint16(little); }), 0x0F10);
-    EXPECT_EQ(stream->read_uint16(little), 0x1211) << "the next one does not straddle";
-    EXPECT_EQ(at_edge([&] { return stream->read_uint32(little); }), 0x0F101112u);
-    EXPECT_EQ(at_edge([&] { return stream->read_float(little); }), 0x0F101112u);
-    EXPECT_EQ(at_edge([&] { return stream->read_uint64(little); }), 0x0F10111213141516u);
-    EXPECT_EQ(at_edge([&] { return stream->read_double(little); }), 0x0F10111213141516u);
+    EXPECT_EQ(at_edge([&] { return stream.read_uint16(little); }), 0x0F10);
+    EXPECT_EQ(stream.read_uint16(little), 0x1211) << "the next one does not straddle";
+    EXPECT_EQ(at_edge([&] { return stream.read_uint32(little); }), 0x0F101112u);
+    EXPECT_EQ(at_edge([&] { return stream.read_float(little); }), 0x0F101112u);
+    EXPECT_EQ(at_edge([&] { return stream.read_uint64(little); }), 0x0F10111213141516u);
+    EXPECT_EQ(at_edge([&] { return stream.read_double(little); }), 0x0F10111213141516u);
 }
 
 TEST(BufferedInputStream, AsksTheInnerStreamForNoMoreThanItMust) {
@@ -69,7 +68,7 @@ TEST(BufferedInputStream, WithoutInnerStreamIsEmpty) {
     EXPECT_NE(stream.clone(), nullptr);
 }
 
-TEST(BufferedInputStream, CloneOfAnInnerStreamThatCannotBeClonedIsEmpty) {
+TEST(BufferedInputStream, FailedCloneIsEmptyAndAMoveLeavesNothing) {
     support::log_capture log;
     counted_buffer buffered(20);
     buffered.inner->clone_fails = true;
@@ -77,10 +76,6 @@ TEST(BufferedInputStream, CloneOfAnInnerStreamThatCannotBeClonedIsEmpty) {
     EXPECT_EQ(log.summary(), (std::vector<std::string>{
                                  "ERROR bufferedinputstream: [EXC] Failed to clone inner stream.",
                                  "ERROR bufferedinputstream: Failed to clone inner stream."}));
-}
-
-TEST(BufferedInputStream, MoveLeavesAnEmptyStream) {
-    counted_buffer buffered(20);
     buffered.stream->read_uint8();
     buffered_input_stream moved(std::move(*buffered.stream));
     EXPECT_EQ(moved.read_uint8(), 1);

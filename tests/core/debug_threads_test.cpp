@@ -6,7 +6,6 @@
 #include <atomic>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <map>
 
 using namespace core;
 
@@ -15,24 +14,6 @@ namespace {
 constexpr int writers = 4;
 
 } // namespace
-
-TEST(LogThreads, LinesAreWholeAndNoneIsLost) {
-    support::log_capture log(4);
-    support::run_side_by_side(writers, [](int writer) {
-        for (int line = 0; line != 500; ++line) {
-            info_logger{} << "writer " << writer << " line " << line;
-            if (line % 100 == 0) set_log_level(static_cast<std::int16_t>(4 + writer % 2), false);
-        }
-    });
-    std::map<std::string, int> next;
-    for (const support::log_line& line : log.lines()) {
-        const std::string writer = line.text.substr(0, 8);
-        EXPECT_EQ(line.text, writer + " line " + std::to_string(next[writer]++));
-    }
-    EXPECT_EQ(next.size(), 4u);
-    for (const auto& [writer, count] : next)
-        EXPECT_EQ(count, 500) << writer;
-}
 
 TEST(LogThreads, FailedTurnoverEndsTheLogAndFreesWhoWaits) {
     support::log_capture log(4);

@@ -17,6 +17,7 @@
 namespace {
 
 using namespace core;
+using namespace std::string_literals;
 using names = std::vector<std::wstring>;
 
 class FsDirectory : public testing::Test {
@@ -52,24 +53,20 @@ TEST_F(FsDirectory, ListsWhateverTheFolderHolds) {
 }
 
 TEST_F(FsDirectory, NothingEndsAListingEarly) {
-    for (const char* name : {"1/x", "2/x", "3/x", "4/x"})
-        folder.write(name, "");
     std::string deep = "5";
     for (int level = 0; level != 300; ++level)
         deep += "/d";
-    folder.write(deep + "/x", "");
+    for (const std::string& name : {"1"s, "2"s, "3"s, "4"s, deep})
+        folder.write(name + "/x", "");
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
     const rlimit few = {64, before.rlim_max}; // far fewer than there are levels
     setrlimit(RLIMIT_NOFILE, &few);
     std::size_t seen = 0;
-    bool removed = false;
     for (const_iterator entry = directory.search(true); entry; ++entry) {
-        ++seen;
-        if (removed) continue;
-        removed = true; // in mid-walk, whichever comes first
-        const std::wstring path = (*entry)->path().substr(0, 1);
-        std::filesystem::remove_all(folder.file(path == L"3" ? "4" : "3"));
+        if (seen++ != 0) continue;
+        const bool is_third = (*entry)->path().starts_with(L"3"); // the first need not be 1
+        std::filesystem::remove_all(folder.file(is_third ? "4" : "3"));
     }
     setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(seen, 5U + 3 + 301) << "of the removed folder its name alone";
@@ -77,8 +74,7 @@ TEST_F(FsDirectory, NothingEndsAListingEarly) {
 
 TEST_F(FsDirectory, WhatIsNotThereIsSaidWithoutALine) {
     const support::log_capture log;
-    for (const std::wstring& name : {std::wstring(L"none"), std::wstring(L"a\xD800"),
-                                     std::wstring(L"a\0b", 3), std::wstring(300, L'n')}) {
+    for (const std::wstring& name : {L"none"s, L"a\xD800"s, L"a\0b"s, std::wstring(300, L'n')}) {
         EXPECT_FALSE(directory.exists(name));
         EXPECT_EQ(directory.open(name), nullptr);
         EXPECT_EQ(directory.get_info(name), nullptr);
@@ -94,7 +90,7 @@ TEST_F(FsDirectory, WhatIsNotThereIsSaidWithoutALine) {
     EXPECT_EQ(log.lines().front().level, "ERROR");
 }
 
-TEST_F(FsDirectory, GoesForwardAlone) {
+TEST_F(FsDirectory, GoesForwardAloneAndComparesByTheFolder) {
     const support::log_capture log;
     folder.write("a", "");
     for (const bool recursive : {false, true}) {
@@ -105,11 +101,8 @@ TEST_F(FsDirectory, GoesForwardAlone) {
         EXPECT_FALSE(++entry);
     }
     EXPECT_EQ(log.count("[ASSERT] !\"Fs iterator cannot be decremented!!!\""), 2);
-}
-
-TEST_F(FsDirectory, ComparesByTheFolder) {
-    EXPECT_TRUE(*directory.clone() == directory);
-    EXPECT_FALSE(*directory.clone() != directory);
+    const directory_ptr same = directory.clone();
+    EXPECT_TRUE(*same == directory && !(*same != directory));
     const directory_ptr first = std::make_unique<CFsDirectory>(L"\x1F600");
     const directory_ptr second = std::make_unique<CFsDirectory>(L"\xFF5E");
     EXPECT_TRUE(*first < *second && !(*second < *first)) << "by 16-bit units";
@@ -134,10 +127,8 @@ TEST_F(FsDirectory, SizesAndTimes) {
     EXPECT_EQ(at(-2)->modification_time(), ~std::uint64_t{0}) << "before 1970 it wraps round";
     for (const std::uint64_t seconds : {0xFFFFFFFFULL, 0x100000000ULL}) {
         const int before = log.count("[ASSERT] timestamp <= _UI32_MAX");
-        const bool is_kept =
-            at(static_cast<std::int64_t>(seconds) - 1)->modification_time() == seconds;
-        const int after = log.count("[ASSERT] timestamp <= _UI32_MAX");
-        EXPECT_TRUE(!is_kept || (after > before) == (seconds > 0xFFFFFFFF));
+        if (at(static_cast<std::int64_t>(seconds) - 1)->modification_time() != seconds) continue;
+        EXPECT_EQ(log.count("[ASSERT] timestamp <= _UI32_MAX") - before, seconds > 0xFFFFFFFF);
     }
     const file_info_ptr gone = at(0);
     std::filesystem::remove(folder.file("a"));

@@ -1,6 +1,7 @@
 #include "core_compress/inflaterinputstream.h"
 
 #include "support/fuel_stream.h"
+#include "support/hooked_stream.h"
 #include "support/inflating_stream.h"
 #include "support/log_capture.h"
 #include "support/stream_contract.h"
@@ -50,46 +51,43 @@ core::input_stream_ptr inflating(const bytes& packed, int window_bits = raw,
     return InflaterInputStream::create(deep_stream(packed), window_bits, span);
 }
 
-/// Of an inner stream that answers so many questions and no more.
-core::input_stream_ptr inflating_on_fuel(const bytes& packed, std::uint64_t fuel,
-                                         int window_bits = raw) {
-    auto tank = std::make_shared<fuel_tank>(fuel_tank{fuel});
-    return InflaterInputStream::create(std::make_unique<fuel_stream>(packed, std::move(tank)),
-                                       window_bits, small_span);
-}
-
-using content_row = std::tuple<std::size_t, content_kind, deflate_style>;
-
-class InflatedContent : public testing::TestWithParam<content_row> {};
-
-TEST_P(InflatedContent, ReadsAndSeeksLikeThePlainBytes) {
-    const auto [size, kind, style] = GetParam();
-    const std::string content = content_of(kind, size);
-    const log_capture errors(core::level_error);
-    const auto stream = inflating(deflated(content, style), style.window_bits);
-    ASSERT_EQ(stream->size(), size);
-    EXPECT_EQ(stream->read_string(size + 1), content);
-    EXPECT_EQ(stream->read_string(1), "");
+void expect_content(core::input_stream& stream, const std::string& content) {
+    const std::size_t size = content.size();
+    ASSERT_EQ(stream.size(), size);
+    EXPECT_EQ(stream.read_string(size + 1), content);
+    EXPECT_EQ(stream.read_string(1), "");
     std::mt19937 random(7);
-    for (int step = 0; step != 60; ++step) {
+    for (int step = 0; step != 30; ++step) {
         const std::size_t edge = random() % (size / 32768 + 1) * 32768 + random() % 3;
         const std::size_t anywhere = step % 2 == 0 ? random() : edge == 0 ? 0 : edge - 1;
         const std::size_t target = anywhere % (size + 1);
-        ASSERT_TRUE(stream->set_pos(target)) << "step " << step;
+        ASSERT_TRUE(stream.set_pos(target)) << "step " << step;
         const std::size_t count = random() % 70000;
-        ASSERT_EQ(stream->read_string(count), content.substr(target, count)) << "at " << target;
+        ASSERT_EQ(stream.read_string(count), content.substr(target, count)) << "at " << target;
     }
-    EXPECT_TRUE(errors.lines().empty());
 }
 
 // Sizes at which the last block is exactly full, or zlib owes output when the input is spent.
-INSTANTIATE_TEST_SUITE_P(
-    Edges, InflatedContent,
-    testing::Combine(testing::Values(0, 1, 32767, 32768, 32769, 33000, 65536, 65537, 1048576),
-                     testing::Values(text, runs, noise),
-                     testing::Values(deflate_style{0, raw}, deflate_style{6, raw},
-                                     deflate_style{9, zlib_wrapped},
-                                     deflate_style{9, gzip_wrapped})));
+TEST(InflaterInputStream, ReadsAndSeeksLikeThePlainBytes) {
+    for (const std::size_t size :
+         {0U, 1U, 32767U, 32768U, 32769U, 33000U, 65536U, 65537U, 1048576U}) {
+        for (const content_kind kind : {text, runs, noise}) {
+            const std::string content = content_of(kind, size);
+            for (const deflate_style style :
+                 {deflate_style{0}, {6}, {9, zlib_wrapped}, {9, gzip_wrapped}}) {
+                SCOPED_TRACE(std::to_string(size) + " of " + std::to_string(kind));
+                bytes packed = deflated(content, style);
+                const log_capture log;
+                expect_content(*inflating(packed, style.window_bits), content);
+                EXPECT_TRUE(log.lines().empty());
+                if (style.window_bits == raw) continue;
+                packed[packed.size() - (style.window_bits == gzip_wrapped ? 8 : 4)] ^= 1;
+                expect_content(*inflating(packed, style.window_bits), content);
+                EXPECT_EQ(log.count("Infalte status (-3): incorrect data check"), 1);
+            }
+        }
+    }
+}
 
 template <std::uint64_t MostRead>
 core::input_stream_ptr ready_cloning(const bytes& content) {
@@ -122,54 +120,30 @@ TEST(InflaterInputStream, PointWhereTheBufferIsFullHasNoHistory) {
     }
 }
 
-/// Gives little at a time, and once nothing, beyond a place. Sound as the data are, the first pass
-/// then goes over them block by block, and keeps nothing.
-class drying_stream : public fuel_stream {
-public:
-    drying_stream(const bytes& content, std::uint64_t place, std::uint64_t most_each)
-        : fuel_stream(content, std::make_shared<fuel_tank>()), m_place(place) {
-        most = most_each;
-    }
-
-    core::input_stream_ptr clone() const override {
-        return std::make_unique<core::make_smart_enabler<drying_stream>>(*this);
-    }
-
-    std::uint64_t read_impl(std::uint8_t* buffer, std::uint64_t count) override {
-        if (pos() >= m_place && !std::exchange(m_was_dry, true)) return 0;
-        return fuel_stream::read_impl(buffer, count);
-    }
-
-protected:
-    drying_stream(const drying_stream&) = default;
-
-private:
-    std::uint64_t m_place;
-    bool m_was_dry = false;
-};
+/// Of a source that comes piece by piece, with nothing for once near its end if it `dries`. Sound
+/// as the data are, the first pass then goes over them block by block, and keeps nothing.
+core::input_stream_ptr inflating_slowly(const bytes& packed, std::uint64_t most_each, bool dries) {
+    auto source = std::make_unique<hooked_stream>(packed, 0);
+    source->before_read = [=, place = packed.size() / 10 * 9](trickle_stream& inner) mutable {
+        const bool is_dry = inner.pos_impl() >= place && std::exchange(dries, false);
+        inner.most = is_dry ? 0 : most_each;
+    };
+    return InflaterInputStream::create(std::move(source), raw, 1000);
+}
 
 /// One operation on a stream, and all that shows of it.
 std::string shown_by(core::input_stream_ptr& stream, std::mt19937 random) {
     const std::uint64_t where = random() % 3 == 0 ? random() % 9 * 32768 : random() % 300000;
     const std::uint64_t count = random() % 3 == 0 ? 100000 : random() % 40000;
+    const auto kind = random() % 7;
+    const log_capture log;
     std::string shown;
-    switch (random() % 7) {
-    case 0:
-        shown = std::to_string(stream->set_pos(where));
-        break;
-    case 1:
-        shown = std::to_string(stream->prev(count));
-        break;
-    case 2:
-        shown = std::to_string(stream->read_uint32(7u, core::encoding_little_endian));
-        break;
-    case 3:
-        stream = stream->clone();
-        break;
-    default:
-        shown = stream->read_string(count);
-    }
-    return shown + " at " + std::to_string(stream->pos());
+    if (kind == 0) shown = std::to_string(stream->set_pos(where));
+    if (kind == 1) shown = std::to_string(stream->prev(count));
+    if (kind == 2) shown = std::to_string(stream->read_uint32(7u, core::encoding_little_endian));
+    if (kind == 3) stream = stream->clone();
+    if (kind >= 4) shown = stream->read_string(count);
+    return shown + " at " + std::to_string(stream->pos()) + testing::PrintToString(log.summary());
 }
 
 TEST(InflaterInputStream, WhatTheFirstPassKeptShowsNowhere) {
@@ -183,19 +157,11 @@ TEST(InflaterInputStream, WhatTheFirstPassKeptShowsNowhere) {
         const bytes packed =
             deflated(content, {static_cast<int>(random() % 10), raw, block_end % content.size()});
         const std::uint64_t most_each = seed % 2 == 0 ? 1 : 1 + packed.size() / 50;
-        const auto drying_at = [&](std::uint64_t place) {
-            return InflaterInputStream::create(
-                std::make_unique<drying_stream>(packed, place, most_each), raw, 1000);
-        };
-        core::input_stream_ptr kept = drying_at(packed.size() + 1);
-        core::input_stream_ptr not_kept = drying_at(packed.size() / 10 * 9);
+        core::input_stream_ptr kept = inflating_slowly(packed, most_each, false);
+        core::input_stream_ptr not_kept = inflating_slowly(packed, most_each, true);
         for (int step = 0; step != 12; ++step) {
             const std::mt19937 operation(static_cast<unsigned>(random()));
-            log_capture log;
-            const std::string expected = shown_by(not_kept, operation);
-            const auto expected_lines = log.summary();
-            ASSERT_EQ(shown_by(kept, operation), expected) << "step " << step;
-            ASSERT_EQ(log.lines().size(), 2 * expected_lines.size());
+            ASSERT_EQ(shown_by(kept, operation), shown_by(not_kept, operation)) << "step " << step;
         }
     }
 }
@@ -219,70 +185,41 @@ TEST(InflaterInputStream, ContentIsInflatedOnceForAReaderInOrder) {
     }
 }
 
-TEST(InflaterInputStream, ReaderBehindItsViewGetsNoMoreThanThereIs) {
-    const std::string content = content_of(text, 100000);
-    const auto stream = inflating(deflated(content));
-    EXPECT_TRUE(stream->set_length(10));
-    EXPECT_TRUE(stream->set_pos(8));
-    stream->read_uint32(core::encoding_little_endian);
-    EXPECT_EQ(stream->read_string(1000000), content.substr(12));
-}
-
-TEST(InflaterInputStream, RefusedByZlib) {
-    EXPECT_EQ(inflating(bytes(9), 99), nullptr);
-    try {
-        InflaterInputStream(deep_stream(bytes(9)), 99, 1);
-        FAIL() << "no exception";
-    } catch (const core::exception& failure) {
-        EXPECT_STREQ(failure.what(), "Infalter init failed.");
-    }
-}
-
 TEST(InflaterInputStream, BadDataLeaveAnEmptyStream) {
     const log_capture log;
+    EXPECT_EQ(inflating(bytes(9), 99), nullptr);
+    EXPECT_THROW(InflaterInputStream(deep_stream(bytes(9)), 99, 1), core::exception);
     EXPECT_EQ(inflating({0x07})->size(), 0u);
     EXPECT_EQ(inflating({0x78, 0x20, 1, 2, 3, 4, 5}, zlib_wrapped)->size(), 0u)
         << "wants a preset dictionary";
     const auto stream = inflating(stored_block_and({0x07}));
     EXPECT_EQ(stream->size(), 0u);
     EXPECT_FALSE(stream->set_pos(0)) << "the buffer holds the second block: tried once more";
-    const std::string invalid =
-        "ERROR inflaterinputstream: Infalte status (-3): invalid block type";
-    const std::string dictionary = "ERROR inflaterinputstream: Infalte status (-3): ";
-    EXPECT_EQ(log.summary(), (std::vector{invalid, dictionary, invalid, invalid}));
-}
-
-TEST(InflaterInputStream, WrongCheckValueCostsNothing) {
-    for (const int window_bits : {zlib_wrapped, gzip_wrapped}) {
-        for (const std::size_t size : {0u, 32768u, 200000u}) {
-            const std::string content = content_of(text, size);
-            bytes packed = deflated(content, {6, window_bits});
-            packed[packed.size() - (window_bits == gzip_wrapped ? 8 : 4)] ^= 1;
-            const log_capture log;
-            const auto stream = inflating(packed, window_bits);
-            EXPECT_EQ(log.count("Infalte status (-3): incorrect data check"), 1);
-            EXPECT_EQ(stream->size(), size);
-            EXPECT_EQ(stream->read_string(size + 1), content);
-            EXPECT_TRUE(stream->set_pos(size / 2));
-            EXPECT_EQ(stream->read_string(size), content.substr(size / 2));
-        }
-    }
+    const std::string module = "ERROR inflaterinputstream: ";
+    const std::string invalid = module + "Infalte status (-3): invalid block type";
+    EXPECT_EQ(log.summary(), (std::vector{module + "[EXC] Infalter init failed.", invalid,
+                                          module + "Infalte status (-3): ", invalid, invalid}));
 }
 
 TEST(InflaterInputStream, DataThatBreakOff) {
+    const auto on_fuel = [](const bytes& packed, int window_bits = raw) {
+        auto tank = std::make_shared<fuel_tank>(fuel_tank{5000});
+        return InflaterInputStream::create(std::make_unique<fuel_stream>(packed, std::move(tank)),
+                                           window_bits, small_span);
+    };
     for (const int window_bits : {raw, zlib_wrapped}) {
         bytes cut = deflated(content_of(text, 100000), {6, window_bits});
         cut.resize(cut.size() - 6);
-        EXPECT_THROW(inflating_on_fuel(cut, 5000, window_bits), out_of_fuel) << "asked for on";
+        EXPECT_THROW(on_fuel(cut, window_bits), out_of_fuel) << "asked for on";
     }
     bytes at_block_end = stored_block_and({});
     at_block_end.resize(5 + 32768);
-    const auto stream = inflating_on_fuel(at_block_end, 1000);
+    const auto stream = on_fuel(at_block_end);
     EXPECT_EQ(stream->size(), 0u);
     EXPECT_EQ(stream->read_uint8(), 'l') << "the block that came is still in the buffer";
 }
 
-TEST(InflaterInputStream, CloneReadsItsBufferAndFreelyAfterASeek) {
+TEST(InflaterInputStream, CloneReadsItsBufferAndAllThereIsAfterASeek) {
     const std::string content = content_of(text, 200000);
     auto source = inflating(deflated(content));
     EXPECT_TRUE(source->set_pos(70010));
@@ -291,12 +228,12 @@ TEST(InflaterInputStream, CloneReadsItsBufferAndFreelyAfterASeek) {
     source.reset();
     const log_capture log;
     const std::string buffered = copy->read_string(200000);
-    EXPECT_FALSE(buffered.empty());
-    EXPECT_LE(buffered.size(), 32768u);
+    EXPECT_TRUE(!buffered.empty() && buffered.size() <= 32768u);
     EXPECT_EQ(buffered, content.substr(70020, buffered.size()));
     EXPECT_EQ(log.count("Infalte status (-2): "), 1);
-    EXPECT_TRUE(copy->set_pos(3));
-    EXPECT_EQ(copy->read_string(200000), content.substr(3));
+    EXPECT_TRUE(copy->set_length(10) && copy->set_pos(8));
+    copy->read_uint32(core::encoding_little_endian); // beyond its view
+    EXPECT_EQ(copy->read_string(1000000), content.substr(12));
 }
 
 /// Empty stored blocks in front of the content must not cost a window each.

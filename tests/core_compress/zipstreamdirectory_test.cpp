@@ -4,12 +4,11 @@
 #include "support/log_capture.h"
 #include "support/zip_builder.h"
 
-#include "core/bufferedinputstream.h"
+#include "core/fsdirectory.h"
 
 #include <cstdlib>
 #include <ctime>
 #include <gtest/gtest.h>
-#include <optional>
 
 namespace support {
 
@@ -19,14 +18,6 @@ using core::CZipStreamDirectory;
 using names = std::vector<std::wstring>;
 using strings = std::vector<std::string>;
 
-/// Lets a test see how the listing ended.
-class listed_archive : public CZipStreamDirectory {
-public:
-    using CZipStreamDirectory::CZipStreamDirectory;
-
-    int how_it_ended() const { return status; }
-};
-
 using tank_ptr = std::shared_ptr<fuel_tank>;
 
 /// The archive in memory, on a stream that seeks to its very end as a file does.
@@ -35,8 +26,8 @@ core::input_stream_ptr stream_of(const bytes& content,
     return std::make_unique<fuel_stream>(content, std::move(tank));
 }
 
-listed_archive archive_of(const zip_builder& builder) {
-    return listed_archive(stream_of(builder.build().content));
+CZipStreamDirectory archive_of(const zip_builder& builder) {
+    return CZipStreamDirectory(stream_of(builder.build().content));
 }
 
 names names_in(const core::directory& archive) {
@@ -46,12 +37,6 @@ names names_in(const core::directory& archive) {
     return result;
 }
 
-std::optional<std::string> content_at(const core::directory& archive, const std::wstring& path) {
-    const core::input_stream_ptr stream = archive.open(path);
-    if (!stream) return std::nullopt;
-    return stream->read_string(stream->size() + 1);
-}
-
 const std::string some_text = std::string(3000, 'x') + "the end";
 
 zip_member stored(std::string name, std::string content = some_text) {
@@ -59,7 +44,7 @@ zip_member stored(std::string name, std::string content = some_text) {
 }
 
 /// Stored members with UTF-8 names, each with its own number for content.
-zip_builder members_named(const std::vector<std::string>& all) {
+zip_builder members_named(const strings& all) {
     zip_builder builder;
     for (const std::string& name : all)
         builder.members.push_back({name, std::to_string(builder.members.size()), 0, 0x800});
@@ -69,47 +54,37 @@ zip_builder members_named(const std::vector<std::string>& all) {
 TEST(ZipStreamDirectory, EveryMemberIsReadInFullWhateverTheLayout) {
     const std::string extra("\x55\x54\x03\0abc", 7);
 
-    const struct {
-        std::size_t prefix = 0;
-        std::size_t comment = 0;
-        std::string extra{};
-        unsigned zip64 = 0;
-    } layouts[] = {{},
-                   {.prefix = 800},
-                   {.comment = 60000},
-                   {.extra = extra},
-                   {.zip64 = 4},
-                   {.zip64 = 1 | 2},
-                   {.prefix = 77, .extra = extra, .zip64 = 2 | 4}};
-
-    for (const auto& layout : layouts) {
-        SCOPED_TRACE(&layout - layouts);
+    for (const auto& [prefix, comment, field, zip64] : {std::tuple(800u, 0u, std::string(), 0u),
+                                                        {0u, 60000u, extra, 0u},
+                                                        {0u, 0u, "", 4u},
+                                                        {0u, 0u, "", 1u | 2u},
+                                                        {77u, 0u, extra, 2u | 4u}}) {
+        SCOPED_TRACE(prefix + comment + zip64);
         zip_builder builder{{stored("a.sc"),
                              {"b/c.sc", some_text},
                              stored("b/empty", ""),
                              {"b/empty too", ""},
                              {"z", std::string(70000, 'z')}},
-                            bytes(layout.prefix, 'P'),
-                            std::string(layout.comment, 'c')};
+                            bytes(prefix, 'P'),
+                            std::string(comment, 'c')};
         for (zip_member& member : builder.members) {
-            member.extra = layout.extra;
-            member.zip64 = layout.zip64;
+            member.extra = field;
+            member.zip64 = zip64;
         }
-        const listed_archive archive = archive_of(builder);
-        EXPECT_EQ(archive.how_it_ended(), 0);
+        const bytes content = builder.build().content;
+        const CZipStreamDirectory archive(stream_of(content));
+        auto trickle = std::make_unique<fuel_stream>(content, std::make_shared<fuel_tank>());
+        trickle->most = 7;
+        const CZipStreamDirectory slow(std::move(trickle));
         ASSERT_EQ(names_in(archive).size(), builder.members.size());
         for (const zip_member& member : builder.members) {
             const std::wstring name(member.name.begin(), member.name.end());
-            EXPECT_EQ(archive.get_info(name)->size(), member.content.size());
-            EXPECT_EQ(content_at(archive, name), member.content) << member.name;
+            const std::size_t size = member.content.size();
+            EXPECT_EQ(archive.get_info(name)->size(), size);
+            EXPECT_EQ(archive.open(name)->read_string(size + 1), member.content) << member.name;
+            EXPECT_EQ(slow.open(name)->size(), size);
         }
     }
-}
-
-TEST(ZipStreamDirectory, LocalLengthsAcrossABufferEnd) {
-    const CZipStreamDirectory archive(std::make_unique<core::buffered_input_stream>(
-        stream_of(zip_builder{{stored("name")}}.build().content), 1));
-    EXPECT_EQ(archive.open(L"name")->read_string(some_text.size()), some_text);
 }
 
 TEST(ZipStreamDirectory, ListsFilesInOrderOfTheirNames) {
@@ -120,19 +95,11 @@ TEST(ZipStreamDirectory, ListsFilesInOrderOfTheirNames) {
               (names{L"B", L"b", L"b/y", L"b/year", L"b/yearly", L"\U0001F600", L"\uFF5E"}))
         << "by 16-bit units";
     EXPECT_FALSE(archive.exists(L"b/"));
-    EXPECT_FALSE(archive.exists(L"B/Y"));
     EXPECT_TRUE(archive.exists(L"\xD83D\xDE00")) << "a pair is the one code point";
-    EXPECT_EQ(content_at(archive, L"b"), "2") << "the first of two with one name stays";
+    EXPECT_EQ(archive.open(L"b")->read_string(9), "2") << "the first of two with one name stays";
     EXPECT_EQ(log.summary(), strings{"Debug debug: [ASSERT] false"});
     EXPECT_THROW(archive_of(members_named({"b", "a", "a", "\xE9"})), std::range_error);
     EXPECT_EQ(log.summary().size(), 2u) << "told also where the listing breaks off";
-}
-
-TEST(ZipStreamDirectory, ListsMoreFilesThanTheEndRecordCounts) {
-    zip_builder builder;
-    for (int number = 100'000; number != 166'000; ++number)
-        builder.members.push_back(stored(std::to_string(number), ""));
-    EXPECT_EQ(names_in(archive_of(builder)).size(), 66'000u);
 }
 
 TEST(ZipStreamDirectory, NamesAreDecodedByTheirFlag) {
@@ -143,8 +110,7 @@ TEST(ZipStreamDirectory, NamesAreDecodedByTheirFlag) {
     EXPECT_EQ(listed("a\xC3\xA9\x7F\x80", 0), names{L"a\xFFC3\xFFA9\x7F\xFF80"});
     EXPECT_EQ(listed({"a\0b", 3}, 0), names{L"a"});
     EXPECT_EQ(listed(std::string(5000, 'n'), 0), names{std::wstring(4096, L'n')});
-    for (const std::string& bad : {std::string("a\xE9"), std::string(4095, 'n') + "\xC3\xA9"})
-        EXPECT_THROW(listed(bad, 0x800), std::range_error);
+    EXPECT_THROW(listed(std::string(4095, 'n') + "\xC3\xA9", 0x800), std::range_error);
 }
 
 bytes three_members_but(std::size_t damaged, std::size_t field, std::uint64_t value) {
@@ -154,101 +120,83 @@ bytes three_members_but(std::size_t damaged, std::size_t field, std::uint64_t va
 }
 
 TEST(ZipStreamDirectory, BrokenArchiveListsWhatItCan) {
-    const struct {
-        const char* name;
-        bytes content;
-        int status;
-        names listed;
-    } rows[] = {
-        {"empty", {}, 2, {}},
-        {"no archive", counted_bytes(5000), 2, {}},
-        {"without members", zip_builder{}.build().content, 2, {}},
-        {"without members behind a byte", zip_builder{{}, bytes(1)}.build().content, 0, {}},
-        {"second record without signature", three_members_but(1, 0, 0), 0, {L"a"}},
-        {"last name over the end", three_members_but(2, central_name_length, 300), 3, {L"a", L"b"}},
-    };
+    const std::pair<bytes, names> rows[] = {
+        {counted_bytes(5000), {}},
+        {zip_builder{}.build().content, {}},
+        {zip_builder{{}, bytes(1)}.build().content, {}},
+        {three_members_but(1, 0, 0), {L"a"}}, // a record without signature
+        {three_members_but(2, central_name_length, 300), {L"a", L"b"}}};
 
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const listed_archive archive(stream_of(row.content));
-        EXPECT_EQ(archive.how_it_ended(), row.status);
-        EXPECT_EQ(names_in(archive), row.listed);
+    for (const auto& [content, listed] : rows) {
+        SCOPED_TRACE(content.size());
+        const CZipStreamDirectory archive(stream_of(content));
+        EXPECT_EQ(names_in(archive), listed);
         EXPECT_EQ(archive.open(L"c"), nullptr);
         EXPECT_EQ(archive.get_info(L"c"), nullptr);
     }
-    const bytes sound = members_named({"a"}).build().content;
-    EXPECT_EQ(listed_archive(deep_stream(sound)).how_it_ended(), 2) << "never seeks to its end";
-    EXPECT_EQ(listed_archive(nullptr).how_it_ended(), 2);
+    EXPECT_FALSE(CZipStreamDirectory(nullptr).search(true));
+    const CZipStreamDirectory short_of_the_end(deep_stream(members_named({"a"}).build().content));
+    EXPECT_FALSE(short_of_the_end.search(true)) << "such a stream never seeks to its end";
 }
 
+/// More members than the end record counts.
 TEST(ZipStreamDirectory, ListingAsksTheStreamForLargeBlocksUntilItFails) {
     zip_builder builder;
-    for (int i = 0; i != 5000; ++i)
-        builder.members.push_back(stored("member " + std::to_string(i), "x"));
+    for (int number = 100'000; number != 166'000; ++number)
+        builder.members.push_back(stored(std::to_string(number), ""));
     const bytes content = builder.build().content;
     const auto full = std::make_shared<fuel_tank>();
-    EXPECT_EQ(names_in(CZipStreamDirectory(stream_of(content, full))).size(), 5000u);
-    EXPECT_LE(full->reads, 30u);
+    EXPECT_EQ(names_in(CZipStreamDirectory(stream_of(content, full))).size(), 66'000u);
+    EXPECT_LE(full->reads, 300u);
     for (const std::uint64_t fuel : {0u, 1u, 3u, 6u, 9u}) {
         const log_capture log;
         const auto tank = std::make_shared<fuel_tank>(fuel_tank{fuel});
-        EXPECT_LT(names_in(CZipStreamDirectory(stream_of(content, tank))).size(), 5000u) << fuel;
+        EXPECT_LT(names_in(CZipStreamDirectory(stream_of(content, tank))).size(), 66'000u) << fuel;
         ASSERT_FALSE(log.lines().empty());
         EXPECT_TRUE(log.lines().front().text.ends_with("out of fuel"));
     }
 }
 
 TEST(ZipStreamDirectory, MemberThatIsListedButNotOpened) {
-    const strings encrypted = {"Info zipstreamdirectory: file encrypted: m"};
-    const strings method_12 = {"Info zipstreamdirectory: Unsupported compression method: 12",
-                               "Debug debug: [ASSERT] false"};
     const strings internal = {"ERROR zipstreamdirectory: Internal error.",
                               "Debug debug: [ASSERT] false"};
 
-    const struct {
-        zip_field field;
-        std::size_t width;
-        std::uint64_t value;
-        const strings& lines;
-    } rows[] = {{central_flags, 2, 1, encrypted},
-                {central_method, 2, 12, method_12},
-                {central_offset, 4, 1000000, internal},
-                {central_offset, 4, 0xFFFFFFFF, internal},
-                {local_name_length, 2, 60000, internal}};
-
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.value);
-        zip_archive damaged = zip_builder{{{"m", some_text}}}.build();
+    zip_archive archive = zip_builder{{{"m", some_text}}}.build();
+    const auto refusal = [&](zip_field field, std::size_t width, std::uint64_t value) {
+        zip_archive damaged = archive;
         const auto& headers =
-            row.field == local_name_length ? damaged.local_headers : damaged.central_records;
-        damaged.put(headers[0] + row.field, row.value, row.width);
-        const CZipStreamDirectory archive(stream_of(damaged.content));
+            field == local_name_length ? archive.local_headers : archive.central_records;
+        damaged.put(headers[0] + field, value, width);
+        const CZipStreamDirectory listed(stream_of(damaged.content));
         const log_capture log;
-        EXPECT_EQ(archive.get_info(L"m")->size(), some_text.size());
-        EXPECT_EQ(archive.open(L"m"), nullptr);
-        EXPECT_EQ(log.summary(), row.lines);
-    }
-    zip_archive cut = zip_builder{{stored("m")}}.build();
-    cut.put(cut.central_records[0] + central_offset, cut.content.size() - 29, 4);
-    EXPECT_THROW(CZipStreamDirectory(stream_of(cut.content)).open(L"m"), core::exception)
-        << "a length that breaks off fails as a typed read does";
+        EXPECT_EQ(listed.get_info(L"m")->size(), some_text.size());
+        EXPECT_EQ(listed.open(L"m"), nullptr);
+        return log.summary();
+    };
+    EXPECT_EQ(refusal(central_flags, 2, 1), strings{"Info zipstreamdirectory: file encrypted: m"});
+    EXPECT_EQ(refusal(central_method, 2, 12),
+              (strings{"Info zipstreamdirectory: Unsupported compression method: 12",
+                       "Debug debug: [ASSERT] false"}));
+    for (const std::uint32_t offset : {1000000U, 0xFFFFFFFFU})
+        EXPECT_EQ(refusal(central_offset, 4, offset), internal);
+    EXPECT_EQ(refusal(local_name_length, 2, 60000), internal);
+    const log_capture log;
     const auto tank = std::make_shared<fuel_tank>();
-    const CZipStreamDirectory archive(stream_of(zip_builder{{{"m", "x"}}}.build().content, tank));
+    const CZipStreamDirectory cannot_be_cloned(stream_of(archive.content, tank));
     tank->left = 0;
-    const log_capture log;
-    EXPECT_EQ(archive.open(L"m"), nullptr);
+    EXPECT_EQ(cannot_be_cloned.open(L"m"), nullptr);
     EXPECT_EQ(log.count("Unsupported compression method: 8"), 1) << "so a failed clone is told of";
-}
+    const std::size_t record = archive.central_records[0];
+    archive.put(record + central_offset, archive.content.size() - 29, 4);
+    EXPECT_THROW(CZipStreamDirectory(stream_of(archive.content)).open(L"m"), core::exception)
+        << "a length that breaks off fails as a typed read does";
 
-TEST(ZipStreamDirectory, SizeBeyondTheArchiveRunsToItsEnd) {
-    zip_archive damaged = zip_builder{{stored("m", "data")}}.build();
-    damaged.put(damaged.central_records[0] + central_compressed_size, 1000000, 4);
-    const CZipStreamDirectory archive(stream_of(damaged.content));
-    const log_capture log;
-    const auto member = archive.open(L"m");
-    EXPECT_EQ(log.summary(), strings{"Debug debug: [ASSERT] rc"});
-    EXPECT_EQ(member->size(), damaged.content.size() - damaged.central_records[0] + 4);
-    EXPECT_EQ(member->read_string(6), "dataPK");
+    zip_archive larger = zip_builder{{stored("m", "data")}}.build();
+    larger.put(larger.central_records[0] + central_compressed_size, 1000000, 4);
+    const auto member = CZipStreamDirectory(stream_of(larger.content)).open(L"m");
+    EXPECT_EQ(log.summary().back(), "Debug debug: [ASSERT] rc");
+    EXPECT_EQ(member->size(), larger.content.size() - larger.central_records[0] + 4);
+    EXPECT_EQ(member->read_string(6), "dataPK") << "it runs to the archive's end";
 }
 
 constexpr std::uint32_t dos(unsigned year, unsigned month, unsigned day, unsigned hour,
@@ -257,35 +205,27 @@ constexpr std::uint32_t dos(unsigned year, unsigned month, unsigned day, unsigne
 }
 
 TEST(ZipStreamDirectory, DatesAreLocalTime) {
-    constexpr auto utc = "UTC0";
-    constexpr auto central_europe = "CET-1CEST,M3.5.0,M10.5.0/3";
-
-    const struct {
-        std::uint32_t dos_date;
-        const char* zone;
-        std::uint64_t seconds; // 0: not a date
-    } rows[] = {{dos(2026, 11, 12, 8, 15, 30), central_europe, 1794471330 - 3600},
-                {dos(2026, 7, 12, 8, 15, 30), central_europe, 1783844130 - 7200},
-                {dos(2107, 12, 31, 23, 59, 58), utc, 4354819198},
-                {dos(2026, 0, 1, 0, 0, 0), utc, 0},
-                {dos(2026, 13, 1, 0, 0, 0), utc, 0},
-                {dos(2026, 1, 0, 0, 0, 0), utc, 0},
-                {dos(2026, 1, 1, 24, 0, 0), utc, 0},
-                {dos(2026, 1, 1, 0, 60, 0), utc, 0},
-                {dos(2026, 1, 1, 0, 0, 60), utc, 0}};
-
-    for (const auto& [dos_date, zone, seconds] : rows) {
+    const auto check = [](std::uint32_t dos_date, std::uint64_t seconds, std::size_t lines = 0) {
         const auto info =
             archive_of({{{.name = "m", .content = "", .dos_date = dos_date}}}).get_info(L"m");
-        setenv("TZ", zone, 1);
-        tzset();
         const log_capture log;
         for (const auto time :
              {info->creation_time(), info->modification_time(), info->access_time()})
             EXPECT_EQ(time, seconds) << dos_date;
         const std::string warning = "Warning zipstreamdirectory: Invalid dos date: ";
-        EXPECT_EQ(log.summary(), strings(seconds == 0 ? 3 : 0, warning + std::to_string(dos_date)));
-    }
+        EXPECT_EQ(log.summary(), strings(lines, warning + std::to_string(dos_date)));
+    };
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    tzset();
+    check(dos(2026, 11, 12, 8, 15, 30), 1794471330 - 3600);
+    check(dos(2026, 7, 12, 8, 15, 30), 1783844130 - 7200);
+    check(dos(2107, 12, 31, 23, 59, 58), 4354819198 - 3600);
+    for (const std::uint32_t none :
+         {dos(2026, 0, 1, 0, 0, 0), dos(2026, 13, 1, 0, 0, 0), dos(2026, 1, 0, 0, 0, 0),
+          dos(2026, 1, 1, 24, 0, 0), dos(2026, 1, 1, 0, 60, 0), dos(2026, 1, 1, 0, 0, 60)})
+        check(none, 0, 3);
+    unsetenv("TZ");
+    tzset();
 }
 
 TEST(ZipStreamDirectory, EntriesAreWalkedBothWaysAndOpenThemselves) {
@@ -304,17 +244,15 @@ TEST(ZipStreamDirectory, EntriesAreWalkedBothWaysAndOpenThemselves) {
     EXPECT_EQ(entry->path(), L"b/c");
     EXPECT_EQ(entry->open()->read_string(10), "second");
     EXPECT_TRUE(archive.exists(entry.get()));
-    EXPECT_EQ(core::zip::ZipFilePointer(nullptr).open(), nullptr);
-    const core::file_info* nothing = nullptr;
-    EXPECT_FALSE(archive.exists(nothing));
-    EXPECT_EQ(archive.open(nothing), nullptr);
-    EXPECT_EQ(*++core::const_iterator(), nullptr);
     ++place;
     ++place;
     EXPECT_EQ(*place, nullptr);
     --place;
     EXPECT_EQ((*place)->path(), L"b/c");
-    EXPECT_EQ(archive.subdirectory(L"b"), nullptr);
+    EXPECT_EQ(*++core::const_iterator(), nullptr);
+    EXPECT_EQ(core::zip::ZipFilePointer(nullptr).open(), nullptr);
+    const core::file_info* nothing = nullptr;
+    EXPECT_FALSE(archive.exists(nothing) || archive.open(nothing) || archive.subdirectory(L"b"));
     EXPECT_FALSE(archive.directory::search(true));
     EXPECT_EQ(log.count("[ASSERT] !\"Not implemented\""), 2);
 }
@@ -322,14 +260,13 @@ TEST(ZipStreamDirectory, EntriesAreWalkedBothWaysAndOpenThemselves) {
 TEST(ZipStreamDirectory, BaseAndSubPathNarrowTheViewOfAClone) {
     const bytes content =
         members_named({"a", "x/y/1", "x/y/2", "x/y", "x/yy/3", "z"}).build().content;
-    for (const auto& [base, sub] :
-         {std::pair(L"x", L"y"), {L"x/", L"y/"}, {L"x/y", L""}, {L"", L"x/y"}}) {
+    for (const auto& [base, sub] : {std::pair(L"x", L"y"), {L"x/y/", L""}, {L"", L"x/y"}}) {
         auto source = std::make_unique<CZipStreamDirectory>(stream_of(content), base, sub);
         const core::directory_ptr folder = source->clone();
         EXPECT_TRUE(*folder == *source);
         source.reset();
         EXPECT_EQ(names_in(*folder), (names{L"1", L"2"}));
-        EXPECT_EQ(content_at(*folder, L"2"), "2");
+        EXPECT_EQ(folder->open(L"2")->read_string(9), "2");
         EXPECT_EQ(folder->get_info(L"2")->path(), L"2");
         EXPECT_FALSE(folder->exists(L"x/y/2"));
     }
@@ -337,9 +274,10 @@ TEST(ZipStreamDirectory, BaseAndSubPathNarrowTheViewOfAClone) {
 }
 
 TEST(ZipStreamDirectory, ComparesListings) {
-    const listed_archive archives[] = {archive_of({}), archive_of({{stored("a"), stored("b")}}),
-                                       archive_of({{stored("a"), stored("b", some_text + "!")}}),
-                                       archive_of({{stored("a"), stored("c")}})};
+    const CZipStreamDirectory archives[] = {
+        archive_of({}), archive_of({{stored("a"), stored("b")}}),
+        archive_of({{stored("a"), stored("b", some_text + "!")}}),
+        archive_of({{stored("a"), stored("c")}})};
     for (const core::directory& left : archives) {
         for (const core::directory& right : archives) {
             EXPECT_EQ(left == right, &left == &right);
@@ -347,11 +285,9 @@ TEST(ZipStreamDirectory, ComparesListings) {
         }
         EXPECT_EQ(left < archives[1], &left == &archives[0]) << "by names, then by content";
     }
-    const CZipStreamDirectory other(nullptr);
-    EXPECT_TRUE(archives[0].directory::operator==(archives[1])) << "a directory as such: by type";
-    EXPECT_FALSE(archives[0].directory::operator==(other));
-    EXPECT_TRUE(archives[0].directory::operator!=(other));
-    EXPECT_NE(archives[0].directory::operator<(other), other.directory::operator<(archives[0]));
+    const core::CFsDirectory other(L"");
+    const core::directory& first = archives[0];
+    EXPECT_TRUE(first != other && !(first == other) && (first < other) != (other < first));
 }
 
 } // namespace

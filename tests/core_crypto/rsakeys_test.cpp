@@ -17,15 +17,10 @@ TEST(RsaKeys, PairIsWrittenWholeAndNeverOverAFile) {
     const key_handle key = load_private_key(test_keys::signing().wide_private_path());
     folder.write("there", std::string_view("precious"));
 
-    const struct {
-        const char* private_name;
-        const char* public_name;
-        const char* failure;
-    } rows[] = {{"there", "new", "there: File exists"},
-                {"new", "new", "new: File exists"},
-                {"new", "no/folder", "no/folder: No such file or directory"}};
-
-    for (const auto& [private_name, public_name, message] : rows) {
+    for (const auto& [private_name, public_name, message] :
+         {std::tuple("there", "new", "there: File exists"),
+          {"new", "new", "new: File exists"},
+          {"new", "no/folder", "no/folder: No such file or directory"}}) {
         try {
             save_key_pair(key.get(), folder.wide_file(private_name), folder.wide_file(public_name));
             FAIL() << "no exception";

@@ -3,52 +3,39 @@
 #include "support/log_capture.h"
 #include "support/memory_store.h"
 #include "support/received_file.h"
-#include "support/test_streams.h"
 
-#include <cstddef>
 #include <gtest/gtest.h>
 #include <new>
 #include <stdexcept>
-#include <string>
-#include <vector>
+#include <tuple>
 
 using namespace engine;
 using namespace std::string_literals;
-using names = std::vector<std::wstring>;
+using files = CScriptStorageInterface;
 
 namespace {
 
-names rest_of(CScriptStorageInterface& storage) {
-    names result;
+/// What is left of the walk; names here have one letter.
+std::wstring rest_of(files& storage) {
+    std::wstring letters;
     while (const wchar_t* name = storage.next())
-        result.emplace_back(name);
-    return result;
+        letters += name[0];
+    return letters;
 }
 
 } // namespace
 
-TEST(StorageInterface, WalksASnapshotOfTheScriptsInOrder) {
-    support::installed_scripts scripts(
-        {{L"b.sc", ""}, {L"a.sc", ""}, {L"\xFF5E.sc", ""}, {L"\x1F600.sc", ""}, {L"a.py", ""}});
-    CScriptStorageInterface storage;
-    scripts.store.files.clear();
-    scripts.store.update();
-    const names all{L"a.sc", L"b.sc", L"\x1F600.sc", L"\xFF5E.sc"}; // by 16-bit units
-    EXPECT_EQ(rest_of(storage), all);
-    EXPECT_EQ(storage.next(), nullptr);
-    storage.reset();
-    EXPECT_EQ(rest_of(storage), all);
-}
-
-TEST(StorageInterface, UpdateKeepsThePlaceOfTheWalk) {
-    support::installed_scripts scripts({{L"b.sc", ""}, {L"c.sc", ""}});
-    CScriptStorageInterface storage;
-    storage.next();
-    storage.next();
+TEST(StorageInterface, WalksASnapshotUntilItIsUpdated) {
+    support::installed_scripts scripts({{L"b.sc", ""}, {L"c.sc", ""}, {L"a.py", ""}});
+    files storage;
     scripts.store.files = {{L"a.sc", ""}, {L"b.sc", ""}, {L"c.sc", ""}, {L"d.sc", ""}};
     scripts.store.update();
+    EXPECT_EQ(rest_of(storage), L"bc");
+    EXPECT_EQ(storage.next(), nullptr);
     storage.update();
-    EXPECT_EQ(rest_of(storage), (names{L"c.sc", L"d.sc"}));
+    EXPECT_EQ(rest_of(storage), L"cd") << "it keeps its place";
+    storage.reset();
+    EXPECT_EQ(rest_of(storage), L"abcd");
     scripts.store.files = {{L"z.sc", ""}};
     scripts.store.update();
     storage.update();
@@ -57,50 +44,39 @@ TEST(StorageInterface, UpdateKeepsThePlaceOfTheWalk) {
 
 TEST(StorageInterface, AssignmentSharesTheOtherSnapshot) {
     support::installed_scripts scripts({{L"a.sc", ""}, {L"b.sc", ""}});
-    alignas(CScriptStorageInterface) std::byte room[sizeof(CScriptStorageInterface)];
-    auto* shallow = new (room) CScriptStorageInterface; // never destroyed
-    CScriptStorageInterface storage;
+    alignas(files) std::byte room[sizeof(files)];
+    auto* shallow = new (room) files; // never destroyed
+    files storage;
     *shallow = storage;
     EXPECT_STREQ(shallow->next(), L"a.sc");
     EXPECT_STREQ(storage.next(), L"b.sc");
 }
 
 TEST(StorageInterface, HandsOutWholeFilesAsTheyAre) {
-    support::installed_scripts scripts({{L"a.py", "\r\n\0\xFF"s}, {L"empty.xq", ""}});
-
+    const std::string text = "\r\n\0\xFF"s;
+    support::installed_scripts scripts({{L"a.py", text}, {L"empty.xq", ""}});
     support::received_file callback;
-    EXPECT_TRUE(CScriptStorageInterface::get_python_script(L"a.py", &callback));
-    EXPECT_EQ(callback.content, "\r\n\0\xFF"s);
-    EXPECT_EQ(scripts.store.last_kind, kind_python);
-    EXPECT_TRUE(CScriptStorageInterface::get_resource_file(L"a.py", &callback));
-    EXPECT_EQ(scripts.store.last_kind, kind_resource);
-    EXPECT_TRUE(CScriptStorageInterface::get_xml_config_file(L"a.py", &callback));
-    EXPECT_EQ(scripts.store.last_kind, kind_xml_config);
-    EXPECT_TRUE(CScriptStorageInterface::get_xquery_script(L"empty.xq", &callback));
-    EXPECT_EQ(scripts.store.last_kind, kind_xquery);
-    EXPECT_EQ(callback.content, "");
-    EXPECT_EQ(callback.calls, 4);
-}
-
-TEST(StorageInterface, NothingToHandOut) {
-    support::installed_scripts scripts({{L"a.py", "text"}});
-    support::received_file callback;
-    EXPECT_FALSE(CScriptStorageInterface::get_python_script(L"a.py", nullptr));
-    EXPECT_FALSE(CScriptStorageInterface::get_python_script(L"A.py", &callback));
-    EXPECT_THROW(CScriptStorageInterface::get_python_script(nullptr, nullptr), std::logic_error);
+    for (const auto& [get, name, kind, content] :
+         {std::tuple(&files::get_python_script, L"a.py", kind_python, text),
+          {&files::get_resource_file, L"a.py", kind_resource, text},
+          {&files::get_xquery_script, L"empty.xq", kind_xquery, ""},
+          {&files::get_xml_config_file, L"a.py", kind_xml_config, text}}) {
+        EXPECT_TRUE(get(name, &callback));
+        EXPECT_EQ(scripts.store.last_kind, kind);
+        EXPECT_EQ(callback.content, content);
+    }
+    EXPECT_FALSE(files::get_python_script(L"a.py", nullptr));
+    EXPECT_FALSE(files::get_python_script(L"A.py", &callback));
+    EXPECT_THROW(files::get_python_script(nullptr, nullptr), std::logic_error);
     scripts.store.open = [](const std::string&) { return core::input_stream_ptr(); };
-    EXPECT_FALSE(CScriptStorageInterface::get_python_script(L"a.py", &callback));
-    EXPECT_EQ(callback.calls, 0);
-}
+    EXPECT_FALSE(files::get_python_script(L"a.py", &callback));
+    EXPECT_EQ(callback.calls, 4);
 
-TEST(StorageInterface, AShortReadEndsInZeros) {
     const support::log_capture log;
-    support::installed_scripts scripts({{L"a.py", "text"}});
     scripts.store.open = [](const std::string& content) -> core::input_stream_ptr {
         return std::make_unique<support::trickle_stream>(support::to_bytes(content), 3);
     };
-    support::received_file callback;
-    EXPECT_TRUE(CScriptStorageInterface::get_python_script(L"a.py", &callback));
-    EXPECT_EQ(callback.content, "tex\0"s);
+    EXPECT_TRUE(files::get_python_script(L"a.py", &callback));
+    EXPECT_EQ(callback.content, "\r\n\0\0"s) << "a short read ends in zeros";
     EXPECT_EQ(log.count("[ASSERT] readed == scriptCache.size()"), 1);
 }

@@ -6,29 +6,32 @@
 
 namespace {
 
+using recorder::value;
+using recorder::value_list;
+
 #if defined(SANITIZED)
 constexpr std::size_t depth = 100'000; // a checker takes minutes for more
 #else
 constexpr std::size_t depth = 1'000'000;
 #endif
+constexpr std::size_t objects = depth / 5;
 
-std::string nested_text() {
+value_list call(std::vector<value> values) {
+    return value_list({{recorder::value_call, 0, "default::f", {}, value_list(std::move(values))}});
+}
+
+/// Reads, copies, compares, prints and takes down: a deep call, and many objects behind it.
+void* use_large_script(void* result) {
     std::string text = "::a::Script::{ func setSpecific(";
-    for (std::size_t i = 0; i != depth; ++i)
+    value_list nested(std::vector<value>{});
+    for (std::size_t i = 0; i != depth; ++i) {
         text += "default::f(";
-    return text.append(depth, ')') + "); }";
-}
-
-recorder::value_list nested_values() {
-    recorder::value_list list(std::vector<recorder::value>{});
-    for (std::size_t i = 0; i != depth; ++i)
-        list = recorder::value_list({{recorder::value_call, 0, "default::f", {}, list}});
-    return list;
-}
-
-/// Reads, copies, compares, prints and takes down.
-void* use_nested_calls(void* result) {
-    support::installed_scripts scripts({{L"demo.sc", nested_text()}});
+        nested = call(nested.values());
+    }
+    text.append(depth, ')') += ");";
+    for (std::size_t i = 0; i != objects; ++i)
+        text += "ZipAnalyzer<>(){}";
+    support::installed_scripts scripts({{L"demo.sc", text + "}"}});
     std::vector<recorder::call> calls;
     {
         recorder::recording_script script(L"demo.sc");
@@ -36,7 +39,7 @@ void* use_nested_calls(void* result) {
         auto* body = dynamic_cast<recorder::recording_body*>(script.section("a", "Script"));
         if (body != nullptr) calls = body->calls();
     }
-    if (calls.size() == 1 && calls[0].arguments == nested_values()) {
+    if (calls.size() == 1 + 2 * objects && calls[0].arguments == nested) {
         *static_cast<std::string*>(result) = spelled(calls[0]);
     }
     return nullptr;
@@ -52,28 +55,21 @@ TEST(Recorder, HoldsCallsNestedAMillionDeep) {
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, 256 * 1024);
     pthread_t thread{};
-    ASSERT_EQ(pthread_create(&thread, &attributes, use_nested_calls, &text), 0);
+    ASSERT_EQ(pthread_create(&thread, &attributes, use_large_script, &text), 0);
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
     EXPECT_EQ(text.size(), sizeof "func setSpecific(" + 12 * depth);
 }
 
 TEST(Recorder, ListsAreSharedAndDifferByAnyValue) {
-    using recorder::value;
-    using recorder::value_list;
-    const auto call = [](std::vector<value> values) {
-        return value_list({{recorder::value_call, 0, "f", {}, value_list(std::move(values))}});
-    };
     const value_list one = call({{recorder::value_int, 1}});
-    const value_list copy = one;
-    EXPECT_TRUE(copy.shares_with(one));
+    EXPECT_TRUE(value_list(one).shares_with(one));
     EXPECT_EQ(one, call({{recorder::value_int, 1}}));
-    for (const value_list& other : {call({{recorder::value_int, 2}}), call({}),
-                                    call({{recorder::value_bool, 1}}), value_list()}) {
-        EXPECT_NE(one, other);
-        EXPECT_NE(other, one);
-    }
+    for (const auto& values : {std::vector<value>{},
+                               {{recorder::value_int, 2}},
+                               {{recorder::value_bool, 1}},
+                               {{recorder::value_int, 1, "text"}}})
+        EXPECT_NE(one, call(values));
     EXPECT_NE(value_list(), value_list(std::vector<value>{}));
-    EXPECT_EQ(spelled(one), "(f(1))");
     EXPECT_EQ(recorder::quoted("a\n\"\\\x7F\xC3\xA4"), "\"a\\x0a\\x22\\x5c\\x7f\xC3\xA4\"");
 }

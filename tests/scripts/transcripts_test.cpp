@@ -4,69 +4,101 @@
 #include "tools/morvantic/script_report.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
-#include <sstream>
+#include <set>
 
 // Script texts beside what the engine delivers and logs of them.
 
 namespace {
 
+using support::read_file;
 using support::script_case;
+constexpr std::size_t npos = std::string::npos;
 
 std::vector<script_case> all_cases() { return support::script_cases(SCRIPTS); }
+
+tool::script_report report_of(const std::string& text, const std::string& script = "demo.sc") {
+    constexpr unsigned never = 1000; // seconds
+    const std::wstring name(script.begin(), script.end());
+    support::installed_scripts scripts({{name, text}});
+    return tool::read_script(name, tool::read_outline(text), {}, never).value();
+}
+
+/// Something is read, and no word is said about it.
+void expect_silence(const tool::script_report& report) {
+    const std::string text = text_of(report);
+    EXPECT_FALSE(report.sections.empty());
+    EXPECT_EQ(text.find("  log "), npos) << text;
+}
+
+std::set<std::string> found_in(const std::string& text, const std::string& pattern) {
+    const std::regex regex(pattern);
+    std::set<std::string> texts;
+    for (std::sregex_iterator found(text.begin(), text.end(), regex), end; found != end; ++found)
+        texts.insert((*found)[1]);
+    return texts;
+}
 
 } // namespace
 
 class Transcripts : public testing::TestWithParam<script_case> {};
 
 TEST_P(Transcripts, AreWhatTheEngineDelivers) {
-    constexpr unsigned never = 1000; // seconds
-    const std::wstring name(GetParam().script.begin(), GetParam().script.end());
-    support::installed_scripts scripts({{name, GetParam().text}});
-    const tool::script_outline outline = tool::read_outline(GetParam().text);
-    const std::optional<tool::script_report> report = tool::read_script(name, outline, {}, never);
-    ASSERT_TRUE(report);
-    EXPECT_EQ(tool::text_of(*report), GetParam().transcript);
+    EXPECT_EQ(text_of(report_of(GetParam().text, GetParam().script)), GetParam().transcript);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Transcripts, testing::ValuesIn(all_cases()), support::row_name);
 
 /// What the language reference lists is what the cases raise, and the other way round.
 TEST(TranscriptsTogether, RaiseEveryMessageOfTheLanguageReference) {
-    const std::set<std::string> raised = [] {
-        std::set<std::string> texts;
-        const std::regex message("log \\w+: Parser \\w+\\([-0-9, ]*\\): (.*)");
-        for (const script_case& row : all_cases()) {
-            std::istringstream lines(row.transcript);
-            std::smatch found;
-            for (std::string line; std::getline(lines, line);) {
-                if (std::regex_search(line, found, message)) texts.insert(found[1]);
-            }
-        }
-        return texts;
-    }();
-    std::vector<std::regex> listed;
-    std::istringstream reference(support::read_file(LANGUAGE_REFERENCE));
-    const std::regex row("\\| (E|W) \\| `(.*)` \\|.*\\|.*\\|");
-    const std::regex special("[.(){}'\"]");
-    for (std::string line; std::getline(reference, line);) {
-        std::smatch found;
-        if (!std::regex_match(line, found, row)) continue;
+    std::string transcripts;
+    for (const script_case& row : all_cases())
+        transcripts += row.transcript;
+    std::set<std::string> unlisted =
+        found_in(transcripts, "log \\w+: Parser \\w+\\([-0-9, ]*\\): (.*)");
+    const std::set<std::string> raised = unlisted;
+    for (const std::string& text :
+         found_in(read_file(LANGUAGE_REFERENCE), "\\| [EW] \\| `(.*)` \\|.*\\|.*\\|")) {
         // Only a host that asks for a section which is not there can raise it.
-        const std::string text = found[2];
         if (text.starts_with("Namespace N was defined")) continue;
-        const std::string literal = std::regex_replace(text, special, "[$&]");
-        listed.emplace_back(std::regex_replace(literal, std::regex("\\bN\\b"), ".*"));
-        EXPECT_TRUE(std::any_of(
-            raised.begin(), raised.end(),
-            [&](const std::string& message) { return std::regex_match(message, listed.back()); }))
-            << text << " is raised by no case";
+        const std::string literal = std::regex_replace(text, std::regex("[.(){}'\"]"), "[$&]");
+        const std::regex pattern(std::regex_replace(literal, std::regex("\\bN\\b"), ".*"));
+        const auto fits = [&](const std::string& message) { return regex_match(message, pattern); };
+        EXPECT_TRUE(std::any_of(raised.begin(), raised.end(), fits)) << text;
+        std::erase_if(unlisted, fits);
     }
-    for (const std::string& message : raised) {
-        EXPECT_TRUE(std::any_of(
-            listed.begin(), listed.end(),
-            [&](const std::regex& pattern) { return std::regex_match(message, pattern); }))
-            << message << " is not in the reference";
+    EXPECT_EQ(unlisted, std::set<std::string>());
+}
+
+/// They are what authors learn from: not even a warning, and every file that they name is there.
+TEST(Examples, AreReadWithoutAWord) {
+    const std::filesystem::path apps = EXAMPLE_APPS;
+    int scripts = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(apps)) {
+        if (entry.path().extension() != ".sc") continue;
+        SCOPED_TRACE(entry.path());
+        ++scripts;
+        const tool::script_report report = report_of(read_file(entry.path()));
+        expect_silence(report);
+        EXPECT_FALSE(report.sections.at(0).apps.empty());
+        for (const tool::app_answer& app : report.sections[0].apps) {
+            for (const std::string& where : app.namespaces)
+                EXPECT_NE(text_of(report).find("  ::" + where + "::Script::\n    "), npos) << where;
+        }
+        for (const tool::python_module& module : report.sections.at(1).modules)
+            EXPECT_TRUE(is_regular_file(apps / module.path)) << module.path;
+        for (const std::string& path : report.sections[1].xqueries)
+            EXPECT_TRUE(is_regular_file(apps / path)) << path;
     }
+    EXPECT_EQ(scripts, 14);
+}
+
+/// Each example of the language reference is a script.
+TEST(Examples, OfTheLanguageReferenceAreScripts) {
+    const auto examples = found_in(read_file(LANGUAGE_REFERENCE), "```text\n([^`]*)```");
+    EXPECT_GE(examples.size(), 4u);
+    for (const std::string& text : examples)
+        expect_silence(report_of(text));
 }

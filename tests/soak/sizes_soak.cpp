@@ -3,8 +3,6 @@
 #include "core_crypto/rsakeys.h"
 #include "core_crypto/rsasigner.h"
 
-#include <functional>
-
 // What is too large for the suite. Each case that grows is run at a quarter first: time must grow
 // with the size, and what of memory must not grow does not.
 
@@ -83,24 +81,28 @@ std::string write_sparse_package(const support::temp_folder& folder, std::uint64
     return path;
 }
 
-/// Says what a quarter and the whole cost; fails unless time grows with the size.
-void compare(const std::string& what, const cost& quarter, const cost& whole) {
-    say(what, ": ", whole.seconds, " s and ", whole.peak, " MiB at the peak; a quarter ",
-        quarter.seconds, " s and ", quarter.peak, " MiB");
+/// Does the work for a quarter and for all of it; fails unless time grows with the size.
+cost compare(const std::string& what, std::size_t count, cost (*work)(std::size_t)) {
+    const cost quarter = work(count / 4);
+    const cost whole = work(count);
+    uninstall();
+    say(count, " ", what, ": ", whole.seconds, " s and ", whole.peak,
+        " MiB at the peak; a quarter ", quarter.seconds, " s and ", quarter.peak, " MiB");
     if (judges_time()) {
         EXPECT_LE(whole.seconds, most_growth * quarter.seconds);
     }
+    return whole;
 }
 
-/// Installs and reads a script that has nothing but so many objects. Fails unless they arrive.
-cost cost_of_script(std::size_t objects, const std::function<std::string(std::size_t)>& object) {
+/// Installs and reads a script that has nothing but these objects. Fails unless they arrive.
+template <class Object>
+cost cost_of_script(std::size_t objects, Object&& object) {
     const support::temp_folder folder;
-    {
-        std::string text = "::Demo::Script::{\n";
-        for (std::size_t i = 0; i != objects; ++i)
-            text += object(i);
-        EXPECT_EQ(install(write_package(folder, "one", {{"demo.sc", text + "}\n"}})), mv_success);
-    }
+    std::string text = "::Demo::Script::{\n";
+    for (std::size_t i = 0; i != objects; ++i)
+        text += object(i);
+    EXPECT_EQ(install(write_package(folder, "one", {{"demo.sc", text + "}\n"}})), mv_success);
+    std::string().swap(text);
     return cost([&] {
         const counting_script script({L"demo.sc", {"Demo"}});
         EXPECT_EQ(script.calls[recorder::call_object_function], objects);
@@ -142,36 +144,30 @@ TEST(Soak, member4g) {
 }
 
 TEST(Soak, script256m) {
-    const auto object = [](std::size_t) {
-        return "/*" + std::string(500, '*') + "*/ SqliteAnalyzer<\"wal\">(fs.App, \"" +
-               std::string(400, 'a') + "\") { setInstantInitialize(true); }\n";
-    };
-    const std::size_t objects = part_of(256 * megabyte) / object(0).size();
-    const cost quarter = cost_of_script(objects / 4, object);
-    const cost whole = cost_of_script(objects, object);
-    uninstall();
-    compare(std::to_string(part_of(256)) + " MiB", quarter, whole);
+    const cost whole = compare("objects of 1 KiB", part_of(256 * 1024), [](std::size_t objects) {
+        return cost_of_script(objects, [](std::size_t) {
+            return "/*" + std::string(519, '*') + "*/ SqliteAnalyzer<\"wal\">(fs.App, \"" +
+                   std::string(432, 'a') + "\") { setInstantInitialize(true); }\n";
+        });
+    });
     if (!is_sanitized) {
         EXPECT_LT(whole.peak, 32u);
     }
 }
 
 TEST(Soak, objects1m) {
-    const auto object = [](std::size_t number) {
-        return "o" + std::to_string(number) +
-               " = SqliteAnalyzer<>(fs.App, \"a.db\") { setInstantInitialize(true); }\n";
-    };
-    const std::size_t objects = part_of(1'000'000);
-    const cost quarter = cost_of_script(objects / 4, object);
-    const cost whole = cost_of_script(objects, object);
-    uninstall();
-    compare(std::to_string(objects) + " named objects in a section", quarter, whole);
+    compare("named objects in a section", part_of(1'000'000), [](std::size_t objects) {
+        return cost_of_script(objects, [](std::size_t number) {
+            return "o" + std::to_string(number) +
+                   " = SqliteAnalyzer<>(fs.App, \"a.db\") { setInstantInitialize(true); }\n";
+        });
+    });
 }
 
 TEST(Soak, scripts100k) {
-    const std::string mail = sample_members()[0].content;
-    const auto cost_of_package = [&](std::size_t scripts) {
+    compare("scripts in a package", part_of(100'000), [](std::size_t scripts) {
         const support::temp_folder folder;
+        const std::string mail = sample_members()[0].content;
         std::vector<support::zip_member> members;
         for (std::size_t i = 0; i != scripts; ++i)
             members.push_back({"apps/" + std::to_string(i) + ".sc", mail});
@@ -180,18 +176,12 @@ TEST(Soak, scripts100k) {
             EXPECT_EQ(install(path), mv_success);
             engine::CScriptStorageInterface names;
             std::size_t objects = 0;
-            while (const wchar_t* name = names.next()) {
-                const counting_script script({name, {"Mail", "People"}});
-                objects += script.calls[recorder::call_object_end];
-            }
+            while (const wchar_t* name = names.next())
+                objects +=
+                    counting_script({name, {"Mail", "People"}}).calls[recorder::call_object_end];
             EXPECT_EQ(objects, 4 * scripts);
         });
-    };
-    const std::size_t scripts = part_of(100'000);
-    const cost quarter = cost_of_package(scripts / 4);
-    const cost whole = cost_of_package(scripts);
-    uninstall();
-    compare(std::to_string(scripts) + " scripts in a package", quarter, whole);
+    });
 }
 
 } // namespace soak

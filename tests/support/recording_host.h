@@ -8,33 +8,27 @@
 
 namespace support {
 
-/// Records a script, and fails as a host may: behind the call that is spelled as `throw_at`.
+/// Records a script, and may fail as a host does: behind the first call.
 class recording_script : public recorder::recording_script {
 public:
     using recorder::recording_script::recording_script;
 
-    std::string throw_at;
+    bool fails = false;
 
 protected:
     std::unique_ptr<recorder::recording_body> make_body(const char* where,
                                                         const char* name) override {
-        class body : public recorder::recording_body {
-        public:
-            body(const char* where, const char* name, const std::string& throw_at)
-                : recording_body(where, name), m_throw_at(throw_at) {}
+        struct failing_body : recorder::recording_body {
+            using recording_body::recording_body;
 
-        protected:
             void record(recorder::call made) override {
-                const bool fails = spelled(made) == m_throw_at;
                 recording_body::record(std::move(made));
-                if (fails) throw std::runtime_error("host fault");
+                throw std::runtime_error("host fault");
             }
-
-        private:
-            const std::string& m_throw_at;
         };
 
-        return std::make_unique<body>(where, name, throw_at);
+        if (fails) return std::make_unique<failing_body>(where, name);
+        return recorder::recording_script::make_body(where, name);
     }
 };
 

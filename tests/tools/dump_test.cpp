@@ -27,23 +27,21 @@ constexpr const char* mail_text = R"(::App::Header::{
 
 class Dump : public testing::Test {
 protected:
-    run_result dump(std::vector<std::string> arguments) {
+    run_result dump(const std::string& arguments) {
         support::package_builder package;
-        package.payload = support::zip_builder{.members = members}.build().content;
+        package.payload = support::zip_builder{members}.build().content;
         const std::string path = folder.write("test.pkg", package.build());
-        arguments.insert(arguments.begin(), {"dump", path, "--key", public_key()});
-        return run(arguments);
+        return run("dump " + path + " --key " + public_key() + " " + arguments);
     }
 
     support::temp_folder folder;
-    std::vector<support::zip_member> members = {{.name = "mail.sc", .content = mail_text}};
+    std::vector<support::zip_member> members = {{"mail.sc", mail_text}};
 };
 
 TEST_F(Dump, JsonHoldsWhatTheEngineDelivers) {
-    const run_result result = dump({"--json"});
+    const run_result result = dump("--json");
     EXPECT_EQ(result.status, 1) << "section A has an error";
-    const json script = json::parse(result.out)["scripts"][0];
-    const json& sections = script["sections"];
+    const json sections = json::parse(result.out)["scripts"][0]["sections"];
     EXPECT_EQ(sections[0]["apps"], json::parse(R"([
         {"app": "mail", "platforms": ["Android", "iOS"], "namespaces": ["B", "C"],
          "extra_fs": false},
@@ -64,38 +62,36 @@ TEST_F(Dump, JsonHoldsWhatTheEngineDelivers) {
 }
 
 TEST_F(Dump, QueryShowsWhatAHostWouldAskFor) {
-    const run_result android = dump({"--app", "mail", "--platform", "android"});
+    const run_result android = dump("--app mail --platform android");
     EXPECT_EQ(android.status, 0) << "nobody asks for section A; C is not there, which is no error";
-    EXPECT_NE(android.out.find("    mail on Android: B, C\n"), std::string::npos);
-    EXPECT_NE(android.out.find("  ::B::Script::\n    begin x = ZipAnalyzer"), std::string::npos)
-        << "the warnings about it stand inside";
-    EXPECT_NE(android.out.find("  ::C::Script:: is not there\n    log Info: Parser warning("),
-              std::string::npos)
-        << android.out;
+    for (const char* words :
+         {"    mail on Android: B, C\n", "  ::B::Script::\n    begin x = ZipAnalyzer",
+          "  ::C::Script:: is not there\n    log Info: Parser warning("})
+        EXPECT_NE(android.out.find(words), std::string::npos) << android.out;
     EXPECT_EQ(android.out.find("::A::"), std::string::npos);
 
-    const run_result none = dump({"--app", "Mail", "--platform", "iOS"});
+    const run_result none = dump("--app Mail --platform iOS");
     EXPECT_EQ(none.status, 0);
     EXPECT_EQ(none.out, "No script applies to Mail on iOS.\n");
-    EXPECT_EQ(dump({"--app", "mail"}).status, 2);
-    EXPECT_EQ(dump({"--app", "mail", "--platform", "Palm"}).status, 2);
+    EXPECT_EQ(dump("--app mail").status, 2);
+    EXPECT_EQ(dump("--app mail --platform Palm").status, 2);
 }
 
 TEST_F(Dump, OneScriptThatCannotBeReadLeavesTheOthers) {
-    members = {{.name = "a.sc", .content = "::App::Header::{ someday = 1 }"},
-               {.name = "b.sc", .content = "\n /* ::App::Header::{ }"},
-               {.name = "c.sc", .content = "", .flags = 1},
-               {.name = "d.sc", .content = "::a::b::{ }"}};
-    const run_result result = dump({});
+    members = {{"a.sc", "::App::Header::{ someday = 1 }"},
+               {"b.sc", "\n /* ::App::Header::{ }"},
+               {"c.sc", "", 8, 1},
+               {"d.sc", "::a::b::{ }"}};
+    const run_result result = dump("");
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.out, "d.sc\n  ::a::b:: is of no kind that the engine reads\n");
     for (const char* words :
          {"a.sc: The engine had not come to an end",
           "b.sc: The block comment that begins in line 2 has no end", "c.sc: It cannot be read"})
         EXPECT_NE(result.err.find(words), std::string::npos) << words << "\n" << result.err;
-    EXPECT_EQ(dump({"d.sc"}).status, 0);
-    EXPECT_EQ(dump({"d.sc", "none.sc"}).status, 1);
-    EXPECT_EQ(json::parse(dump({"--json", "b.sc"}).out)["scripts"][0]["name"], "b.sc");
+    EXPECT_EQ(dump("d.sc").status, 0);
+    EXPECT_EQ(dump("d.sc none.sc").status, 1);
+    EXPECT_EQ(json::parse(dump("--json b.sc").out)["scripts"][0]["name"], "b.sc");
 }
 
 } // namespace

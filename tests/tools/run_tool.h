@@ -1,43 +1,37 @@
 #pragma once
 
-#include "support/temp_folder.h"
 #include "support/test_keys.h"
 
-#include <string>
-#include <sys/types.h>
-#include <vector>
+#include <cstdlib>
+#include <sys/wait.h>
 
 namespace tools_test {
 
 struct run_result {
-    int status = -1; // of the exit, or 128 plus the signal that ended it
+    int status; // of the exit, or 128 plus the signal that ended it
     std::string out;
     std::string err;
 };
 
-/// Where the standard descriptors of a process lead, by path.
-struct redirection {
-    std::string in = "/dev/null";
-    std::string out{};         // empty: captured; "-": closed
-    std::string environment{}; // one variable, as NAME=value
-};
+/// Has the shell run the command "morvantic", with variables as NAME=value in front of it. The
+/// arguments may end in redirections.
+inline run_result run(const std::string& arguments, const std::string& variables = "") {
+    const support::temp_folder folder;
+    const std::string out = folder.file("out");
+    const std::string err = folder.file("err");
+    const std::string command = "{ " + variables + " " TOOL_PATH " " + arguments + "\n}";
+    const int status = std::system((command + " </dev/null >" + out + " 2>" + err).c_str());
+    return {WEXITSTATUS(status), support::read_file(out), support::read_file(err)};
+}
 
-/// Arguments out of a text with blanks between them.
-std::vector<std::string> words(const std::string& text);
+/// Runs it with a terminal for its standard descriptors, and returns what came there.
+inline std::string run_on_terminal(const std::string& arguments) {
+    return support::output_of("script -E never -qec '" TOOL_PATH " " + arguments +
+                              "' /dev/null </dev/null");
+}
 
-/// Runs the command "morvantic" and waits for it.
-run_result run(const std::vector<std::string>& arguments, const redirection& where = {});
+inline std::string public_key() { return support::test_keys::signing().public_path(); }
 
-/// Starts it with a given standard output and does not wait.
-pid_t start(const std::vector<std::string>& arguments, const redirection& where, int out, int err);
-
-/// Its exit status as in run_result.
-int wait_for(pid_t process);
-
-/// Runs it with a terminal for standard output and standard error, and returns what came there.
-std::string run_on_terminal(const std::vector<std::string>& arguments);
-
-std::string public_key();
-std::string private_key();
+inline std::string private_key() { return support::test_keys::signing().private_path(); }
 
 } // namespace tools_test
