@@ -31,12 +31,15 @@ TEST(Variant, KindsFollowTheType) {
 TEST(Variant, CastsByExactTypeThenByKind) {
     EXPECT_EQ(variant_of(-5LL).cast<long long>(), -5);
     EXPECT_TRUE(variant_of(true).cast<bool>());
+    EXPECT_TRUE(variant_of(1LL).cast<bool>());
     EXPECT_EQ(variant_of(1.0).cast<long long>(), 0x3FF0000000000000) << "the bits of it";
     EXPECT_EQ(variant_of(std::wstring(L"a\x20AC")).cast<std::string>(), "a\xAC");
     EXPECT_EQ(variant_of(std::list<std::wstring>{L"a", L"b"}).cast<std::vector<std::string>>(),
               (std::vector<std::string>{"a", "b"}));
     support::log_capture log;
     EXPECT_THROW(variant_of(std::string("5")).cast<long long>(), core::exception);
+    EXPECT_THROW(variant_of(std::string()).cast<bool>(), core::exception);
+    EXPECT_THROW(variant_of(1LL).cast<std::vector<std::string>>(), core::exception);
     EXPECT_TRUE(log.summary().back().starts_with("ERROR variant: [EXC] Failed to cast to type: "));
 }
 
