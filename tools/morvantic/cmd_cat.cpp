@@ -17,10 +17,7 @@ exit_status cat(const cat_options& options) {
     const package_view view = open_verified(package, key);
     const member& entry = served_member(view, options.name, package.name());
     // Looked at as a whole first: on a failure there is no output.
-    const std::string defect = view.defect(entry);
-    if (!defect.empty()) {
-        fail_input(package.name() + ": " + options.name + " cannot be read: " + defect + ".");
-    }
+    read_or_fail(view, entry, package.name(), {});
     view.read(entry, [](std::span<const std::uint8_t> bytes) { write_output(bytes); });
     return status_ok;
 }

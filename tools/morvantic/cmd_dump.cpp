@@ -1,18 +1,12 @@
-#include "child_process.h"
+#include "child_report.h"
 #include "commandline.h"
 #include "engine_host.h"
 #include "json_writer.h"
 #include "output.h"
 #include "package_view.h"
-#include "script_report.h"
-
-#include "core/text.h"
 
 #include <algorithm>
-#include <cstring>
-#include <new>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 namespace tool {
@@ -27,11 +21,6 @@ struct dump_options {
     std::string platform;
     bool json = false;
 };
-
-/// Far more than the engine takes for one step in a script of this size, if it ever ends.
-unsigned processor_seconds_for(std::uint64_t size) {
-    return 5 + 2 * static_cast<unsigned>(std::min<std::uint64_t>(size >> 20, 100'000));
-}
 
 /// Collects what is to be written and counts what went wrong.
 class dump_output {
@@ -108,68 +97,6 @@ std::optional<app_query> query_of(const dump_options& options) {
     return app_query{*options.app, *found};
 }
 
-/// How a child's output begins; the report or a sentence follows.
-enum child_word : char {
-    word_sound = ' ',
-    word_errors = '!', // the engine finds some
-    word_fault = '?',  // the script cannot be shown
-    word_failure = '#' // nor any other
-};
-
-void send(const text_sink& sink, child_word word, std::string_view text) {
-    const char first = word;
-    sink({&first, 1});
-    sink(text);
-}
-
-void write_report(const member& script, const std::string& text,
-                  const std::optional<app_query>& query, bool json, const text_sink& sink) {
-    const script_outline outline = read_outline(text);
-    if (outline.endless_comment_line != 0) {
-        return send(sink, word_fault,
-                    "The block comment that begins in line " +
-                        std::to_string(outline.endless_comment_line) +
-                        " has no end. The engine would read it for ever.");
-    }
-    const std::optional<script_report> report =
-        read_script(script.name, outline, query, processor_seconds_for(script.size));
-    if (!report) return;
-    send(sink, report->has_errors() ? word_errors : word_sound,
-         json ? json_of(*report) : text_of(*report));
-}
-
-/// In a process of its own, since the engine reads some texts without end.
-child_result read_in_child(const member& script, const std::string& text,
-                           const std::optional<app_query>& query, bool json) {
-    return run_in_child([&](const text_sink& sink) {
-        try {
-            write_report(script, text, query, json, sink);
-        } catch (const std::bad_alloc&) {
-            send(sink, word_failure,
-                 "There is not enough memory to read " + script.text_name() + '.');
-        } catch (const std::system_error& error) {
-            send(sink, word_failure, script.text_name() + " cannot be read: " + error.what() + '.');
-        } catch (const std::exception& error) {
-            send(sink, word_fault, std::string("The engine cannot open it: ") + error.what());
-        }
-    });
-}
-
-void show(const std::string& name, std::string_view output, dump_output& shown) {
-    const std::string_view rest = output.substr(1);
-    switch (output.front()) {
-    case word_errors:
-        shown.script(rest);
-        return shown.message(name, "The engine finds errors.");
-    case word_fault:
-        return shown.fault(name, std::string(rest));
-    case word_failure:
-        fail_call(std::string(rest));
-    default:
-        return shown.script(rest);
-    }
-}
-
 void dump_script(const package_view& view, const member& script,
                  const std::optional<app_query>& query, bool json, dump_output& shown) {
     const std::string name = script.text_name();
@@ -179,20 +106,14 @@ void dump_script(const package_view& view, const member& script,
     });
     if (!defect.empty()) return shown.fault(name, "It cannot be read: " + defect + ".");
 
-    const child_result result = read_in_child(script, text, query, json);
-    if (result.out_of_time) {
-        const std::string seconds = std::to_string(processor_seconds_for(script.size));
-        return shown.fault(name, "The engine had not come to an end of one of its sections after " +
-                                     seconds +
-                                     " seconds. Is a semicolon missing behind a property that "
-                                     "it does not know?");
-    }
-    if (result.signal != 0) {
-        return shown.fault(name, std::string("Reading it ended by the signal \"") +
-                                     strsignal(result.signal) + "\".");
-    }
-    if (!result.finished) fail_call(name + " cannot be read: The process for it failed.");
-    if (!result.output.empty()) show(name, result.output, shown); // or it does not apply
+    const child_report report =
+        report_in_child(script.name, text, query, [&](const script_report& read) {
+            return json ? json_of(read) : text_of(read);
+        });
+    if (!report.fault.empty()) return shown.fault(name, report.fault);
+    if (report.written.empty()) return; // it does not apply
+    shown.script(report.written);
+    if (report.has_errors) shown.message(name, "The engine finds errors.");
 }
 
 const member& script_of(const package_view& view, const std::string& name,
@@ -229,13 +150,6 @@ exit_status dump(const dump_options& options) {
     for (const member* script : chosen(view, engine, options, package.name()))
         dump_script(view, *script, query, options.json, output);
     return output.end();
-}
-
-std::vector<std::string> platform_words() {
-    std::vector<std::string> words;
-    for (const platform_name& row : platforms)
-        words.emplace_back(row.name);
-    return words;
 }
 
 action define(CLI::App& command) {

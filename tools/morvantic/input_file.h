@@ -20,6 +20,8 @@ public:
 
     const std::string& path() const noexcept { return m_path; }
 
+    int number() const noexcept { return m_descriptor.number(); }
+
 private:
     descriptor m_descriptor;
     std::string m_path;

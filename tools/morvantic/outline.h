@@ -22,9 +22,20 @@ struct section_head {
     }
 };
 
+/// Where a section stands.
+struct section_place {
+    section_head head;
+    std::size_t begin = 0; // its first colon
+    std::size_t body = 0;  // behind its opening brace
+    std::size_t end = 0;   // its closing brace
+};
+
 struct script_outline {
     /// The sections that the engine finds in its first pass, each once, in the order of the text.
     std::vector<section_head> sections;
+
+    /// All that stand in the text, those among them that are there already and never read.
+    std::vector<section_place> places;
 
     /// Words that stand in front of "= Python" anywhere, each once. Not all of them need be
     /// modules.

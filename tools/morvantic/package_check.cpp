@@ -4,13 +4,12 @@
 #include "failure.h"
 #include "package_view.h"
 #include "progress.h"
+#include "scratch_package.h"
 
 #include "core/text.h"
 #include "core_crypto/hashcommon.h"
 
-#include <new>
 #include <numeric>
-#include <openssl/pem.h>
 
 namespace tool {
 
@@ -18,16 +17,6 @@ namespace {
 
 [[noreturn]] void fail_check(const std::string& reason) {
     fail_input("The package came out wrong and is thrown away: " + reason + ".");
-}
-
-memory_file public_half(const EVP_PKEY* key) {
-    const core::bio_handle bio(BIO_new(BIO_s_mem()));
-    if (!bio || PEM_write_bio_PUBKEY(bio.get(), key) != 1) throw std::bad_alloc();
-    const char* text = nullptr;
-    const long size = BIO_get_mem_data(bio.get(), &text);
-    memory_file file;
-    file.append({reinterpret_cast<const std::uint8_t*>(text), static_cast<std::size_t>(size)});
-    return file;
 }
 
 /// The digest of what `read` hands over.

@@ -266,6 +266,13 @@ const member& served_member(const package_view& view, const std::string& name,
     return *entry;
 }
 
+void read_or_fail(const package_view& view, const member& entry, const std::string& package_name,
+                  const byte_sink& sink) {
+    const std::string defect = view.defect(entry, sink);
+    if (defect.empty()) return;
+    fail_input(package_name + ": " + entry.text_name() + " cannot be read: " + defect + ".");
+}
+
 package_view open_verified(const input_file& package, const input_file& key) {
     core::input_stream_ptr stream = package.open();
     const package::verification result = package::verify_package(*stream, key.wide_path());

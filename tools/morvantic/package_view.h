@@ -111,6 +111,11 @@ std::string archive_problem(const package_view& view);
 const member& served_member(const package_view& view, const std::string& name,
                             const std::string& package_name);
 
+/// The content of a member. Throws failure, the input's, if it is not sound; some has gone to the
+/// sink then.
+void read_or_fail(const package_view& view, const member& entry, const std::string& package_name,
+                  const byte_sink& sink);
+
 /// The view of a package that has passed all checks and holds an archive. Throws failure if not.
 package_view open_verified(const input_file& package, const input_file& key);
 

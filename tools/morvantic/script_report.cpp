@@ -501,6 +501,13 @@ bool is_error(const log_message& message) { return message.level == "ERROR"; }
 
 } // namespace
 
+std::vector<std::string> platform_words() {
+    std::vector<std::string> words;
+    for (const platform_name& row : platforms)
+        words.emplace_back(row.name);
+    return words;
+}
+
 bool script_report::has_errors() const {
     if (std::any_of(messages.begin(), messages.end(), is_error)) return true;
     return std::any_of(sections.begin(), sections.end(), [](const section_report& section) {
@@ -517,6 +524,10 @@ std::optional<script_report> read_script(const std::wstring& name, const script_
                                          const std::optional<app_query>& query,
                                          unsigned processor_seconds) {
     return script_reader(name, outline, query, processor_seconds).read();
+}
+
+unsigned processor_seconds_for(std::uint64_t size) noexcept {
+    return 5 + 2 * static_cast<unsigned>(std::min<std::uint64_t>(size >> 20, 100'000));
 }
 
 std::string text_of(const script_report& report) {

@@ -26,6 +26,9 @@ inline constexpr platform_name platforms[] = {{engine::platform_android, "Androi
                                               {engine::platform_windows_phone, "WindowsPhone"},
                                               {engine::platform_blackberry, "Blackberry"}};
 
+/// The names alone.
+std::vector<std::string> platform_words();
+
 /// An app and the platform that it runs on.
 struct app_query {
     std::string app;
@@ -78,6 +81,10 @@ struct script_report {
 std::optional<script_report> read_script(const std::wstring& name, const script_outline& outline,
                                          const std::optional<app_query>& query,
                                          unsigned processor_seconds);
+
+/// Far more processor time than the engine takes for one step in a script of so many bytes, if the
+/// step ever ends.
+unsigned processor_seconds_for(std::uint64_t size) noexcept;
 
 /// Each line indented by two blanks for each level, and printable.
 std::string text_of(const script_report& report);

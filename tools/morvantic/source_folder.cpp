@@ -174,6 +174,7 @@ source_folder list_source_folder(const std::string& folder, bool with_hidden,
 }
 
 std::vector<std::uint8_t> read_source(const source_file& file) {
+    if (file.path.empty()) return {file.content.begin(), file.content.end()};
     const descriptor open(
         ::open(file.path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     file_status status{};

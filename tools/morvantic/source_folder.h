@@ -12,6 +12,7 @@ struct source_file {
     std::wstring wide_name;
     std::string path;
     std::uint64_t size;
+    std::string content{}; // of a source without a path
 };
 
 /// A file that must not be packed, by its path; an empty path means none.
