@@ -3,8 +3,6 @@
 #include "support/script_cases.h"
 #include "tools/morvantic/script_report.h"
 
-#include <algorithm>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
@@ -50,50 +48,6 @@ TEST_P(Transcripts, AreWhatTheEngineDelivers) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Transcripts, testing::ValuesIn(all_cases()), support::row_name);
-
-/// What the language reference lists is what the cases raise, and the other way round.
-TEST(TranscriptsTogether, RaiseEveryMessageOfTheLanguageReference) {
-    std::string transcripts;
-    for (const script_case& row : all_cases())
-        transcripts += row.transcript;
-    std::set<std::string> unlisted =
-        found_in(transcripts, "log \\w+: Parser \\w+\\([-0-9, ]*\\): (.*)");
-    const std::set<std::string> raised = unlisted;
-    for (const std::string& text :
-         found_in(read_file(LANGUAGE_REFERENCE), "\\| [EW] \\| `(.*)` \\|.*\\|.*\\|")) {
-        // Only a host that asks for a section which is not there can raise it.
-        if (text.starts_with("Namespace N was defined")) continue;
-        const std::string literal = std::regex_replace(text, std::regex("[.(){}'\"]"), "[$&]");
-        const std::regex pattern(std::regex_replace(literal, std::regex("\\bN\\b"), ".*"));
-        const auto fits = [&](const std::string& message) { return regex_match(message, pattern); };
-        EXPECT_TRUE(std::any_of(raised.begin(), raised.end(), fits)) << text;
-        std::erase_if(unlisted, fits);
-    }
-    EXPECT_EQ(unlisted, std::set<std::string>());
-}
-
-/// They are what authors learn from: not even a warning, and every file that they name is there.
-TEST(Examples, AreReadWithoutAWord) {
-    const std::filesystem::path apps = EXAMPLE_APPS;
-    int scripts = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(apps)) {
-        if (entry.path().extension() != ".sc") continue;
-        SCOPED_TRACE(entry.path());
-        ++scripts;
-        const tool::script_report report = report_of(read_file(entry.path()));
-        expect_silence(report);
-        EXPECT_FALSE(report.sections.at(0).apps.empty());
-        for (const tool::app_answer& app : report.sections[0].apps) {
-            for (const std::string& where : app.namespaces)
-                EXPECT_NE(text_of(report).find("  ::" + where + "::Script::\n    "), npos) << where;
-        }
-        for (const tool::python_module& module : report.sections.at(1).modules)
-            EXPECT_TRUE(is_regular_file(apps / module.path)) << module.path;
-        for (const std::string& path : report.sections[1].xqueries)
-            EXPECT_TRUE(is_regular_file(apps / path)) << path;
-    }
-    EXPECT_EQ(scripts, 14);
-}
 
 /// Each example of the language reference is a script.
 TEST(Examples, OfTheLanguageReferenceAreScripts) {

@@ -28,6 +28,7 @@ extern const subcommand verify_command;
 extern const subcommand list_command;
 extern const subcommand cat_command;
 extern const subcommand dump_command;
+extern const subcommand check_command;
 
 // Options that several subcommands have.
 void add_package(CLI::App& command, std::string& package);

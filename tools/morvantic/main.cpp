@@ -15,8 +15,8 @@ namespace {
 using namespace tool;
 
 constexpr std::array subcommands = {
-    &keygen_command, &pack_command, &info_command, &verify_command,
-    &list_command,   &cat_command,  &dump_command,
+    &check_command,  &keygen_command, &pack_command, &info_command,
+    &verify_command, &list_command,   &cat_command,  &dump_command,
 };
 
 /// A standard descriptor that the caller closed would be given to the next file that is opened.
@@ -64,7 +64,7 @@ int run(int argument_count, const char* const* arguments) {
     app.footer("\"morvantic COMMAND --help\" tells more of a command.\n\n"
                "Data go to standard output, messages to standard error. Exit status:\n"
                "  0  all is well\n"
-               "  1  the input is at fault: a package, a key or a file to be packed\n"
+               "  1  the input is at fault: a package, a key, a script or a file to be packed\n"
                "  2  the call is at fault: an option, or a file that cannot be opened or written");
 
     std::vector<std::pair<CLI::App*, action>> actions;

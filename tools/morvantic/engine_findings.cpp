@@ -1,0 +1,283 @@
+#include "engine_findings.h"
+
+#include "child_process.h"
+#include "failure.h"
+#include "script_report.h"
+#include "script_tokens.h"
+
+#include "core/text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <set>
+#include <tuple>
+
+namespace tool {
+
+namespace {
+
+/// Lines and columns as the engine counts them: the place of the byte that it has read last.
+class place_counter {
+public:
+    explicit place_counter(std::string_view text) : m_text(text) {}
+
+    /// Offsets must not go back.
+    logged_place at(std::size_t offset) {
+        for (; m_counted < offset && m_counted < m_text.size(); ++m_counted) {
+            if (m_text[m_counted] != '\n') continue;
+            ++m_line;
+            m_line_begin = m_counted + 1;
+        }
+        if (offset < m_text.size() && m_text[offset] == '\n') return {m_line + 1, 0};
+        return {m_line, offset - m_line_begin + 1};
+    }
+
+private:
+    std::string_view m_text;
+    std::size_t m_counted = 0;
+    std::size_t m_line_begin = 0;
+    std::uint64_t m_line = 1;
+};
+
+/// A line of the log about a text: "Parser error(12, 4): Expected ...".
+struct parser_message {
+    finding_severity severity;
+    logged_place place;
+    std::string text;
+};
+
+std::optional<parser_message> parse_message(std::string_view said) {
+    parser_message message{severity_error, {}, {}};
+    if (said.starts_with("Parser warning(")) {
+        message.severity = severity_warning;
+    } else if (!said.starts_with("Parser error(")) {
+        return {};
+    }
+    const char* const end = said.data() + said.size();
+    const char* at = said.data() + said.find('(') + 1;
+    const auto number = [&](std::uint64_t& value, std::string_view behind) {
+        const auto [stopped, error] = std::from_chars(at, end, value);
+        if (error != std::errc{} ||
+            !std::string_view(stopped, static_cast<std::size_t>(end - stopped))
+                 .starts_with(behind)) {
+            return false;
+        }
+        at = stopped + behind.size();
+        return true;
+    };
+    if (!number(message.place.line, ", ") || !number(message.place.column, "): ")) return {};
+    const std::string_view rest(at, static_cast<std::size_t>(end - at));
+    message.text = rest.substr(0, rest.rfind("\n    Callstack: "));
+    return message;
+}
+
+/// Makes findings of what a report says, each once.
+class report_reader {
+public:
+    report_reader(std::string_view text, const script_outline& outline)
+        : m_text(text), m_outline(outline), m_first_pass(text) {}
+
+    void read_first_pass(const script_report& report) {
+        for (const log_message& message : report.messages)
+            add(message, m_first_pass, 0);
+    }
+
+    void read_section(const section_report& section) {
+        const auto place =
+            std::find_if(m_outline.places.begin(), m_outline.places.end(),
+                         [&](const section_place& row) { return row.head == section.head; });
+        if (place == m_outline.places.end()) return; // a look at the text tells that it is missing
+        auto places = m_places.find(place->body);
+        if (places == m_places.end()) {
+            places = m_places.emplace(place->body, logged_places(m_text, place->body)).first;
+        }
+        for (const report_entry& entry : section.entries) {
+            if (const auto* said = std::get_if<log_message>(&entry)) {
+                add(*said, places->second, place->begin);
+            }
+        }
+    }
+
+    std::vector<finding> take() { return std::move(m_found); }
+
+private:
+    void add(const log_message& said, const logged_places& places, std::size_t otherwise) {
+        finding found;
+        found.is_logged = true;
+        if (const std::optional<parser_message> message = parse_message(said.text)) {
+            found.kind = kind_of_message(message->severity, message->text);
+            found.message = message->text;
+            found.logged = message->place;
+            const logged_places::range token = meant(*message, places);
+            found.begin = token.begin;
+            found.end = token.end;
+        } else {
+            if (said.level != "ERROR") return;
+            found.message = said.text;
+            found.begin = found.end = otherwise;
+            found.is_logged = false;
+        }
+        if (found.kind == nullptr) found.kind = kind_of_code("engine-message");
+        if (m_known.emplace(found.begin, found.message).second) m_found.push_back(std::move(found));
+    }
+
+    /// A name is complained of once the engine has seen what follows it.
+    logged_places::range meant(const parser_message& message, const logged_places& places) const {
+        const auto [token, before] = places.find(message.place);
+        const auto is_quoted = [&](const logged_places::range& range) {
+            const std::string_view word = m_text.substr(range.begin, range.end - range.begin);
+            return message.text.find('"' + std::string(word) + '"') != std::string::npos;
+        };
+        return is_quoted(before) && !is_quoted(token) ? before : token;
+    }
+
+    std::string_view m_text;
+    const script_outline& m_outline;
+    logged_places m_first_pass;
+    std::map<std::size_t, logged_places> m_places; // by where the body begins
+    std::set<std::pair<std::size_t, std::string>> m_known;
+    std::vector<finding> m_found;
+};
+
+using json = nlohmann::json;
+
+std::string to_text(const std::vector<finding>& findings) {
+    json rows = json::array();
+    for (const finding& found : findings) {
+        rows.push_back({found.kind->code, found.message, found.begin, found.end, found.is_logged,
+                        found.logged.line, found.logged.column});
+    }
+    return rows.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+std::vector<finding> from_text(const std::string& text) {
+    std::vector<finding> findings;
+    for (const json& row : json::parse(text)) {
+        findings.push_back({kind_of_code(row[0].get<std::string>()),
+                            row[1],
+                            row[2],
+                            row[3],
+                            row[4],
+                            {row[5], row[6]}});
+    }
+    return findings;
+}
+
+finding about_the_whole(std::string_view code, const std::string& argument) {
+    finding found;
+    found.kind = kind_of_code(code);
+    found.message = found.kind->message;
+    found.message.replace(found.message.find('%'), 1, argument);
+    return found;
+}
+
+} // namespace
+
+logged_places::logged_places(std::string_view text) { note_tokens(text, 0); }
+
+logged_places::logged_places(std::string_view text, std::size_t body) {
+    note_tokens(text, body);
+    // The byte behind the brace is read again, and counted twice from then on: as a line end for
+    // the whole section, else as a column up to the end of its line. The first token begins before
+    // that.
+    const bool is_line_end = body < text.size() && text[body] == '\n';
+    place_counter counter(text);
+    const logged_place first = counter.at(body);
+    for (row& each : m_rows) {
+        if (each.place == first) continue;
+        if (is_line_end) {
+            ++each.place.line;
+        } else if (each.place.line == first.line) {
+            ++each.place.column;
+        }
+    }
+}
+
+void logged_places::note_tokens(std::string_view text, std::size_t begin) {
+    place_counter counter(text);
+    token_reader reader(text, begin);
+    std::size_t behind = begin; // the token before
+    for (;;) {
+        const script_token token = reader.next();
+        if (!token.is_comment()) {
+            // The engine begins at a blank in front of the text.
+            const logged_place place = behind == 0 ? logged_place{1, 0} : counter.at(behind);
+            m_rows.push_back({place, {token.begin, token.end}});
+        }
+        behind = token.end;
+        if (token.kind == token_end) return;
+    }
+}
+
+std::pair<logged_places::range, logged_places::range>
+logged_places::find(logged_place place) const {
+    const auto found = std::lower_bound(m_rows.begin(), m_rows.end(), place,
+                                        [](const row& left, const logged_place& right) {
+                                            return std::tie(left.place.line, left.place.column) <
+                                                   std::tie(right.line, right.column);
+                                        });
+    const bool is_there = found != m_rows.end() && found->place == place;
+    const auto at = is_there ? found : std::prev(m_rows.end());
+    return {at->token, at == m_rows.begin() ? at->token : std::prev(at)->token};
+}
+
+// Sections are read as hosts read them: the first time all, as far as they are not listed; then
+// for each different list of namespaces the sections in it, in its order.
+std::vector<finding> read_by_engine(const std::wstring& name, std::string_view text,
+                                    unsigned processor_seconds) {
+    const script_outline outline = read_outline(text);
+    report_reader reader(text, outline);
+    const std::optional<script_report> all = read_script(name, outline, {}, processor_seconds);
+    if (!all) return {};
+    reader.read_first_pass(*all);
+    std::map<std::vector<std::string>, app_query> lists;
+    std::set<std::string> listed;
+    for (const section_report& section : all->sections) {
+        if (section.head.name != "Script") reader.read_section(section);
+        for (const app_answer& answer : section.apps) {
+            const auto* platform = std::find_if(
+                std::begin(platforms), std::end(platforms),
+                [&](const platform_name& row) { return row.name == answer.on.front(); });
+            lists.emplace(answer.namespaces, app_query{answer.app, *platform});
+            listed.insert(answer.namespaces.begin(), answer.namespaces.end());
+        }
+    }
+    for (const auto& [namespaces, query] : lists) {
+        const auto report = read_script(name, outline, query, processor_seconds);
+        if (!report) continue;
+        for (const section_report& section : report->sections) {
+            if (section.head.name == "Script") reader.read_section(section);
+        }
+    }
+    for (const section_report& section : all->sections) {
+        if (section.head.name == "Script" && !listed.contains(section.head.where)) {
+            reader.read_section(section);
+        }
+    }
+    return reader.take();
+}
+
+std::vector<finding> ask_engine(const std::wstring& name, std::string_view text) {
+    const unsigned deadline = processor_seconds_for(text.size());
+    const child_result result = run_in_child([&](const text_sink& sink) {
+        try {
+            sink(to_text(read_by_engine(name, text, deadline)));
+        } catch (const std::exception& error) {
+            sink(to_text({about_the_whole("engine-message", error.what())}));
+        }
+    });
+    if (result.out_of_time) {
+        return {about_the_whole("engine-endless", std::to_string(deadline))};
+    }
+    if (result.signal != 0) return {about_the_whole("engine-failure", strsignal(result.signal))};
+    if (!result.finished || result.output.empty()) {
+        fail_call(core::encode_lossy(name) + " cannot be read: The process for it failed.");
+    }
+    return from_text(result.output);
+}
+
+} // namespace tool

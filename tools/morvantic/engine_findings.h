@@ -1,0 +1,49 @@
+#pragma once
+
+#include "finding.h"
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tool {
+
+/// The place that the engine's log names for a token, for each token of a text in one pass.
+class logged_places {
+public:
+    /// Of the first pass, over the whole text.
+    explicit logged_places(std::string_view text);
+
+    /// Of reading the section whose body begins there.
+    logged_places(std::string_view text, std::size_t body);
+
+    struct range {
+        std::size_t begin;
+        std::size_t end;
+    };
+
+    /// The token that the log means, and the one before it; the last ones if it means none.
+    std::pair<range, range> find(logged_place place) const;
+
+private:
+    struct row {
+        logged_place place;
+        range token;
+    };
+
+    void note_tokens(std::string_view text, std::size_t begin);
+
+    std::vector<row> m_rows; // in the order of the text
+};
+
+/// What the engine logs about an installed script, read in the order in which hosts read it, at
+/// its true places. In a process of its own: a text that is read without end is a finding too.
+/// Throws failure if there can be no such process.
+std::vector<finding> ask_engine(const std::wstring& name, std::string_view text);
+
+/// The same in this process, which ends if a step of the engine takes longer.
+std::vector<finding> read_by_engine(const std::wstring& name, std::string_view text,
+                                    unsigned processor_seconds);
+
+} // namespace tool

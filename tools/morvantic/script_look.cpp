@@ -1,0 +1,550 @@
+#include "script_look.h"
+
+#include "outline.h"
+#include "script_tokens.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <map>
+#include <optional>
+#include <set>
+#include <utility>
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t none = static_cast<std::size_t>(-1);
+
+/// A place in the list of tokens.
+using index = std::size_t;
+
+/// The tokens of a text without its comments, closed by the end.
+struct token_list {
+    explicit token_list(std::string_view its_text) : text(its_text) {
+        token_reader reader(text);
+        do {
+            const script_token token = reader.next();
+            (token.is_comment() ? comments : tokens).push_back(token);
+        } while (tokens.empty() || tokens.back().kind != token_end);
+    }
+
+    const script_token& operator[](index at) const { return tokens[std::min(at, end())]; }
+
+    index end() const noexcept { return tokens.size() - 1; }
+
+    bool is(index at, std::int32_t kind) const { return (*this)[at].kind == kind; }
+
+    bool is_word(index at, std::string_view word) const {
+        return is(at, token_word) && spelling(text, (*this)[at]) == word;
+    }
+
+    std::string spelled(index at) const { return std::string(spelling(text, (*this)[at])); }
+
+    /// The first token from a place in the text on.
+    index at_offset(std::size_t offset) const {
+        const auto found = std::lower_bound(
+            tokens.begin(), tokens.end(), offset,
+            [](const script_token& token, std::size_t place) { return token.begin < place; });
+        return static_cast<index>(found - tokens.begin());
+    }
+
+    std::string_view text;
+    std::vector<script_token> tokens;
+    std::vector<script_token> comments;
+};
+
+/// Hands over the place of each code behind "morvantic-check-off:" in comments.
+template <class Work>
+void each_code_off(const token_list& list, Work&& work) {
+    constexpr std::string_view switch_off = "morvantic-check-off:";
+    constexpr std::string_view code_bytes = "abcdefghijklmnopqrstuvwxyz-";
+    for (const script_token& comment : list.comments) {
+        const std::string_view words = list.text.substr(0, comment.end);
+        std::size_t at = words.find(switch_off, comment.begin);
+        if (at == std::string_view::npos) continue;
+        for (at += switch_off.size(); at < words.size();) {
+            const std::size_t begin = words.find_first_of(code_bytes, at);
+            if (begin == std::string_view::npos) break;
+            at = std::min(words.find_first_not_of(code_bytes, begin), words.size());
+            work(begin, at);
+        }
+    }
+}
+
+/// A section's tokens, from behind its opening brace up to its closing one.
+struct section_range {
+    section_head head;
+    index begin = 0;
+    index end = 0;
+};
+
+struct package_record {
+    std::vector<index> names;
+    std::vector<index> platforms; // the words behind the dots
+    std::vector<index> namespaces;
+    index version = none; // the property that was set last
+};
+
+using words = std::initializer_list<std::string_view>;
+
+class looker {
+public:
+    looker(std::string_view text, const file_lookup& files) : m_list(text), m_files(files) {}
+
+    std::vector<finding> look() {
+        look_at_bytes();
+        const script_outline outline = read_outline(m_list.text);
+        look_at_sections(outline);
+        for (const section_range& section : m_sections) {
+            if (section.head == section_head{"App", "Header"}) look_at_header(section);
+            if (section.head.name == "Include") look_at_include(section);
+        }
+        look_at_listed();
+        look_at_scripts();
+        std::stable_sort(
+            m_found.begin(), m_found.end(),
+            [](const finding& left, const finding& right) { return left.begin < right.begin; });
+        return std::move(m_found);
+    }
+
+    const app_set& apps() const noexcept { return m_apps; }
+
+private:
+    /// Each argument stands where the message has a "%".
+    template <class... Arguments>
+    void add(std::string_view code, std::size_t begin, std::size_t end,
+             const Arguments&... arguments) {
+        const finding_kind* kind = kind_of_code(code);
+        std::string message = kind->message;
+        std::size_t from = 0;
+        [[maybe_unused]] const auto put = [&](std::string_view argument) {
+            const std::size_t gap = message.find('%', from);
+            message.replace(gap, 1, argument);
+            from = gap + argument.size();
+        };
+        (put(arguments), ...);
+        m_found.push_back({kind, std::move(message), begin, end});
+    }
+
+    template <class... Arguments>
+    void add_at(std::string_view code, index at, const Arguments&... arguments) {
+        add(code, m_list[at].begin, m_list[at].end, arguments...);
+    }
+
+    // Bytes and tokens
+
+    void look_at_bytes() {
+        if (m_list.text.starts_with("\xEF\xBB\xBF")) add("byte-order-mark", 0, 3);
+        for (const script_token& comment : m_list.comments) {
+            if (comment.is_open) add("endless-comment", comment.begin, comment.begin + 2);
+            const bool is_cut =
+                comment.kind == token_line_comment && m_list.text[comment.end - 1] == '\xFF';
+            if (is_cut) add("stray-byte", comment.end - 1, comment.end, "0xFF");
+        }
+        each_code_off(m_list, [&](std::size_t begin, std::size_t end) {
+            const std::string_view code = m_list.text.substr(begin, end - begin);
+            if (kind_of_code(code) == nullptr) add("code-unknown", begin, end, code);
+        });
+        for (const script_token& token : m_list.tokens) {
+            if (token.kind == '/') add("lone-slash", token.begin, token.end);
+            if (token.kind >= 0 || is_ascii(token.begin)) continue;
+            if (token.kind == token_end) {
+                add("end-byte", token.begin, token.begin + 1);
+            } else if (token.begin >= 3 || !m_list.text.starts_with("\xEF\xBB\xBF")) {
+                std::array<char, 8> byte{};
+                std::snprintf(byte.data(), byte.size(), "0x%02X", token.kind + 0x100);
+                add("stray-byte", token.begin, token.end, byte.data());
+            }
+        }
+        // In a line comment or a string it is the same byte.
+        const script_token& last = m_list.tokens.back();
+        if (last.begin < m_list.text.size() && m_list.text[last.begin] == '"') {
+            const std::size_t byte = m_list.text.find('\xFF', last.begin);
+            if (byte != std::string_view::npos) add("end-byte", byte, byte + 1);
+        }
+    }
+
+    bool is_ascii(std::size_t at) const {
+        return at >= m_list.text.size() || static_cast<signed char>(m_list.text[at]) >= 0;
+    }
+
+    // Sections
+
+    void look_at_sections(const script_outline& outline) {
+        std::set<section_head> known;
+        for (const section_place& place : outline.places) {
+            const section_head& head = place.head;
+            const std::size_t end = place.body - 1;
+            if (!known.insert(head).second) {
+                add("section-repeated", place.begin, end,
+                    "::" + head.where + "::" + head.name + ":: ");
+                continue;
+            }
+            const bool is_header = head == section_head{"App", "Header"};
+            if (!is_header && head.name != "Include" && head.name != "Script") {
+                add("section-unread", place.begin, end);
+                continue;
+            }
+            m_sections.push_back({head, m_list.at_offset(place.body), m_list.at_offset(place.end)});
+            m_heads.emplace(head, place);
+        }
+        m_is_whole = outline.places.empty()
+                         ? m_list.end() == 0
+                         : m_list.at_offset(outline.places.back().end) + 1 == m_list.end();
+        if (!m_is_whole || outline.places.empty()) return; // the engine tells what is wrong
+        if (!known.contains({"App", "Header"})) {
+            const section_place& first = outline.places.front();
+            add("header-missing", first.begin, first.body - 1);
+        }
+    }
+
+    // Header and Include
+
+    /// Behind an item that a block does not know, as the engine goes on there.
+    index behind_unknown(index at, index block_end) {
+        const bool is_property =
+            m_list.spelled(at).front() >= 'a' && m_list.spelled(at).front() <= 'z';
+        if (!is_property) return m_list.is(at + 1, '{') ? behind_braces(at + 2) : block_end;
+        if (!m_list.is(at + 1, '=')) return block_end;
+        index semicolon = at + 2;
+        while (semicolon < m_list.end() && !m_list.is(semicolon, ';'))
+            ++semicolon;
+        if (semicolon >= m_list.end()) {
+            add_at("endless-property", at, m_list.spelled(at));
+        } else if (semicolon > block_end) {
+            add_at("swallowing-property", at, m_list.spelled(at));
+        }
+        return std::min(semicolon + 1, block_end);
+    }
+
+    /// From behind an opening brace to behind its closing one.
+    index behind_braces(index at) const {
+        for (std::size_t depth = 1; at < m_list.end(); ++at) {
+            if (m_list.is(at, '{')) ++depth;
+            if (m_list.is(at, '}') && --depth == 0) return at + 1;
+        }
+        return at;
+    }
+
+    /// Goes through the items of a block: `known(at, end)` gives the place behind an item that it
+    /// knows, or `none`.
+    template <class Known>
+    void each_item(index begin, index end, Known&& known) {
+        for (index at = begin; at < end;) {
+            if (!m_list.is(at, token_word)) {
+                ++at; // the engine tells
+                continue;
+            }
+            const index behind = known(at, end);
+            at = behind != none ? behind : behind_unknown(at, end);
+        }
+    }
+
+    /// Behind the semicolon of a property; its values are handed over one by one.
+    template <class Value>
+    index each_value(index at, index end, Value&& value) const {
+        for (; at < end && !m_list.is(at, ';'); ++at)
+            value(at);
+        return at + 1;
+    }
+
+    /// The same where its values do not matter. The name of a constant is noted.
+    index behind_property(index at, index end) {
+        if (m_list.is_word(at, "const")) m_globals.insert(m_list.spelled(at + 1));
+        return each_value(at + 1, end, [](index) {});
+    }
+
+    bool is_one_of(index at, words known) const {
+        return std::any_of(known.begin(), known.end(),
+                           [&](std::string_view word) { return m_list.is_word(at, word); });
+    }
+
+    void look_at_header(const section_range& section) {
+        each_item(section.begin, section.end, [&](index at, index end) {
+            if (m_list.is_word(at, "Package")) return read_package(at, end);
+            if (!is_one_of(at, {"const", "engineVersion"})) return none;
+            if (m_list.is_word(at, "engineVersion")) add_at("version-ignored", at, "engineVersion");
+            return behind_property(at, end);
+        });
+    }
+
+    index read_package(index at, index end) {
+        if (!m_list.is(at + 1, '{')) return at + 1;
+        const index behind = std::min(behind_braces(at + 2), end);
+        package_record record;
+        each_item(at + 2, behind - 1, [&](index item, index block_end) {
+            if (!is_one_of(item, {"const", "names", "namespaces", "platforms", "versionMin",
+                                  "versionMax", "hasExtraFS"})) {
+                return none;
+            }
+            note_version(item, record);
+            return each_value(item + 1, block_end, [&](index value) {
+                const bool is_string = m_list.is(value, token_string);
+                if (is_string && m_list.is_word(item, "names")) record.names.push_back(value);
+                if (is_string && m_list.is_word(item, "namespaces")) {
+                    record.namespaces.push_back(value);
+                }
+                if (m_list.is_word(item, "platforms") && m_list.is(value, token_word) &&
+                    m_list.is(value - 1, '.')) {
+                    record.platforms.push_back(value);
+                }
+            });
+        });
+        look_at_apps(record);
+        m_packages.push_back(std::move(record));
+        return behind;
+    }
+
+    void note_version(index item, package_record& record) {
+        if (!is_one_of(item, {"versionMin", "versionMax"})) return;
+        const bool is_other =
+            record.version != none && m_list.spelled(record.version) != m_list.spelled(item);
+        add_at(is_other ? "version-overwritten" : "version-ignored", item, m_list.spelled(item));
+        record.version = item;
+    }
+
+    void look_at_apps(const package_record& record) {
+        for (const index name : record.names) {
+            std::string hidden;
+            for (const index platform : record.platforms) {
+                const auto pair = std::pair(m_list.spelled(name), m_list.spelled(platform));
+                if (m_apps.contains(pair)) hidden += (hidden.empty() ? "" : ", ") + pair.second;
+            }
+            if (!hidden.empty()) add_at("app-repeated", name, m_list.spelled(name), hidden);
+        }
+        for (const index name : record.names) {
+            for (const index platform : record.platforms)
+                m_apps.emplace(m_list.spelled(name), m_list.spelled(platform));
+        }
+    }
+
+    void look_at_include(const section_range& section) {
+        m_has_include = true;
+        each_item(section.begin, section.end, [&](index at, index end) {
+            if (m_list.is_word(at, "XQuery")) return read_files(at, end, "XQuery");
+            if (m_list.is_word(at, "const")) return behind_property(at, end);
+            if (m_list.is_word(at, "Python")) return none;
+            // Any other word is a module, or the engine says that it is none.
+            if (!m_list.is(at + 1, '=') || !m_list.is_word(at + 2, "Python")) return end;
+            if (m_list.is_word(at, "default")) add_at("default-redefined", at);
+            return read_files(at + 2, end, "Python");
+        });
+    }
+
+    index read_files(index at, index end, const char* kind) {
+        if (!m_list.is(at + 1, '{')) return end;
+        const index behind = std::min(behind_braces(at + 2), end);
+        const bool is_python = m_list.is_word(at, "Python");
+        each_item(at + 2, behind - 1, [&](index item, index block_end) {
+            const bool names_files =
+                is_one_of(item, {"path"}) || (is_python && is_one_of(item, {"dependencies"}));
+            if (!names_files && !is_one_of(item, {"const"}) &&
+                !is_one_of(item, {is_python ? "versionMin" : "index"})) {
+                return none;
+            }
+            return each_value(item + 1, block_end, [&](index value) {
+                if (names_files && m_list.is(value, token_string)) look_for_file(value, kind);
+            });
+        });
+        return behind;
+    }
+
+    void look_for_file(index at, const char* kind) {
+        if (!m_files || m_list.spelled(at).empty()) return;
+        switch (m_files(m_list.spelled(at), kind)) {
+        case answer_missing:
+            return add_at("file-missing", at, m_list.spelled(at));
+        case answer_other_kind:
+            return add_at("file-kind", at, m_list.spelled(at), kind);
+        case answer_there:
+            return;
+        }
+    }
+
+    // Script sections
+
+    void look_at_listed() {
+        std::set<std::string> listed;
+        for (const package_record& record : m_packages) {
+            for (const index at : record.namespaces) {
+                listed.insert(m_list.spelled(at));
+                if (m_is_whole && !m_heads.contains({m_list.spelled(at), "Script"})) {
+                    add_at("missing-section", at, m_list.spelled(at), m_list.spelled(at), "Script");
+                }
+            }
+        }
+        if (!m_heads.contains({"App", "Header"})) return;
+        for (const auto& [head, place] : m_heads) {
+            if (head.name == "Script" && !listed.contains(head.where)) {
+                add("section-unlisted", place.begin, place.body - 1, head.where);
+            }
+        }
+    }
+
+    /// A name in a value.
+    struct name_use {
+        std::string name;
+        index at = 0;
+    };
+
+    /// The names of a Script section.
+    struct script_names {
+        std::set<std::string> defined; // of whatever kind
+        std::set<std::string> globals; // the global constants among them
+        std::vector<name_use> uses;
+    };
+
+    void look_at_scripts() {
+        std::map<std::string, script_names> names;
+        for (const section_range& section : m_sections) {
+            if (section.head.name == "Script")
+                names.emplace(section.head.where, read_names(section));
+        }
+        std::set<std::vector<std::string>> known;
+        for (const package_record& record : m_packages) {
+            std::vector<std::string> order;
+            for (const index at : record.namespaces) {
+                const std::string where = m_list.spelled(at);
+                if (names.contains(where)) order.push_back(where);
+            }
+            if (known.insert(order).second) look_at_order(order, names);
+        }
+    }
+
+    /// In what order a host reads the Script sections, and which names they do not know then.
+    void look_at_order(const std::vector<std::string>& order,
+                       const std::map<std::string, script_names>& names) {
+        std::map<std::string, std::size_t> first; // the section that defines a constant first
+        for (std::size_t i = 0; i != order.size(); ++i) {
+            for (const std::string& global : names.at(order[i]).globals)
+                first.emplace(global, i);
+        }
+        for (std::size_t i = 0; i != order.size(); ++i) {
+            const script_names& user = names.at(order[i]);
+            for (const name_use& use : user.uses) {
+                const auto definer = first.find(use.name);
+                if (definer == first.end() || definer->second <= i) continue;
+                if (user.defined.contains(use.name) || m_globals.contains(use.name)) continue;
+                if (!m_told.insert(use.at).second) continue;
+                add_at("section-order", use.at, use.name,
+                       "::" + order[definer->second] + "::Script::");
+            }
+        }
+    }
+
+    script_names read_names(const section_range& section) {
+        script_names names;
+        std::size_t braces = 0;
+        std::size_t parentheses = 0;
+        for (index at = section.begin; at < section.end; ++at) {
+            switch (m_list[at].kind) {
+            case '{':
+                if (parentheses == 0) ++braces;
+                break;
+            case '}':
+                if (parentheses == 0 && braces != 0) --braces;
+                break;
+            case '(':
+                ++parentheses;
+                break;
+            case ')':
+                if (parentheses != 0) --parentheses;
+                break;
+            case token_word:
+                if (parentheses != 0) {
+                    read_value(at, names);
+                } else {
+                    read_definition(at, braces, names);
+                }
+                break;
+            default:
+                break;
+            }
+        }
+        return names;
+    }
+
+    void read_definition(index at, std::size_t braces, script_names& names) {
+        if (m_list.is_word(at, "const") && m_list.is(at + 1, token_word)) {
+            const std::string name = m_list.spelled(at + 1);
+            names.defined.insert(name);
+            if (braces == 0) {
+                names.globals.insert(name);
+            } else if (names.globals.contains(name) || m_globals.contains(name)) {
+                add_at("constant-shadows", at + 1, name);
+            }
+        } else if (m_list.is(at + 1, '=')) {
+            names.defined.insert(m_list.spelled(at));
+        }
+    }
+
+    void read_value(index at, script_names& names) {
+        const std::int32_t before = m_list[at - 1].kind;
+        if (before == '.' || before == ':' || m_list.is(at + 1, '.')) return;
+        if (m_list.is_word(at, "default") && m_list.is(at + 1, ':')) look_for_default(at);
+        if (!m_list.is(at + 1, ':')) {
+            names.uses.push_back({m_list.spelled(at), at});
+        } else if (!m_has_include && m_list.spelled(at) != "default") {
+            add_at("include-missing", at, m_list.spelled(at));
+        }
+    }
+
+    /// The module that is always there needs its file all the same. Told once.
+    void look_for_default(index at) {
+        if (!m_files || std::exchange(m_default_told, true)) return;
+        if (m_files("Default.py", "Python") != answer_there)
+            add_at("file-missing", at, "Default.py");
+    }
+
+    token_list m_list;
+    const file_lookup& m_files;
+    std::vector<finding> m_found;
+    std::vector<section_range> m_sections; // those that are read
+    std::map<section_head, section_place> m_heads;
+    std::vector<package_record> m_packages;
+    app_set m_apps;
+    std::set<std::string> m_globals; // of Header and Include
+    std::set<index> m_told;          // uses of names that come too early
+    bool m_has_include = false;
+    bool m_default_told = false;
+    bool m_is_whole = false; // the engine's first pass comes to the end of the text
+};
+
+} // namespace
+
+std::vector<finding> look_at(std::string_view text, const file_lookup& files) {
+    return looker(text, files).look();
+}
+
+std::set<std::string> codes_off(std::string_view text) {
+    std::set<std::string> codes;
+    each_code_off(token_list(text), [&](std::size_t begin, std::size_t end) {
+        codes.emplace(text.substr(begin, end - begin));
+    });
+    return codes;
+}
+
+app_set apps_of(std::string_view text) {
+    const file_lookup no_files;
+    looker looks(text, no_files);
+    looks.look();
+    return looks.apps();
+}
+
+std::string app_list(const app_set& apps) {
+    std::string text;
+    for (const auto& [app, platform] : apps)
+        (text.append(app) += ' ').append(platform) += '\n';
+    return text;
+}
+
+bool is_endless(const std::vector<finding>& findings) {
+    return std::any_of(findings.begin(), findings.end(), [](const finding& found) {
+        const std::string_view code = found.kind->code;
+        return code == "endless-comment" || code == "endless-property";
+    });
+}
+
+} // namespace tool
