@@ -3,6 +3,7 @@
 #include "header_report.h"
 #include "output.h"
 #include "package_view.h"
+#include "script_look.h"
 
 #include "morvanticshared/packageverification.h"
 
@@ -12,6 +13,7 @@ namespace {
 
 struct info_options {
     std::string package;
+    bool apps = false;
     bool json = false;
 };
 
@@ -77,9 +79,28 @@ void write_as_text(const input_file& package, const info_result& result) {
                         "this.\n");
 }
 
+/// The apps that the scripts name: all of them or none.
+exit_status write_apps(const input_file& package, const info_result& result) {
+    if (!result.view || !result.archive_problem.empty()) {
+        fail_input(package.name() + ": " + result.archive_problem);
+    }
+    app_set apps;
+    for (const member& entry : result.view->members()) {
+        if (entry.kind != file_script) continue;
+        std::string text;
+        read_or_fail(*result.view, entry, package.name(), [&](std::span<const std::uint8_t> bytes) {
+            text.append(bytes.begin(), bytes.end());
+        });
+        apps.merge(apps_of(text));
+    }
+    write_output(app_list(apps));
+    return status_ok;
+}
+
 exit_status info(const info_options& options) {
     const input_file package(options.package);
     const info_result result = gather(package);
+    if (options.apps) return write_apps(package, result);
     if (options.json) {
         write_as_json(package, result);
     } else {
@@ -91,6 +112,9 @@ exit_status info(const info_options& options) {
 action define(CLI::App& command) {
     auto options = std::make_shared<info_options>();
     add_package(command, options->package);
+    command.add_flag("--apps", options->apps,
+                     "Print the apps that the scripts name and nothing else,\n"
+                     "as a list for \"morvantic coverage --apps\".");
     add_json(command, options->json);
     add_notes(
         command,

@@ -5,6 +5,7 @@
 #include "package_check.h"
 #include "package_view.h"
 #include "package_writer.h"
+#include "script_check.h"
 #include "temporary_file.h"
 
 #include "core_crypto/rsakeys.h"
@@ -13,6 +14,7 @@
 #include <charconv>
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
@@ -25,6 +27,8 @@ namespace tool {
 
 namespace {
 
+constexpr std::string_view transcript_ending = ".transcript";
+
 struct pack_options {
     std::string folder;
     std::string output;
@@ -36,7 +40,9 @@ struct pack_options {
     std::string version_parts = "0.0.0.0";
     std::uint32_t aux_value = 0;
     int level = 9;
+    std::string app_list;
     bool with_hidden = false;
+    bool no_check = false;
     bool force = false;
     bool json = false;
 
@@ -138,6 +144,9 @@ source_folder list_sources(const pack_options& options) {
     source_folder sources = list_source_folder(
         options.folder, options.with_hidden,
         {{key, "This is the private key. Keep it out of the folder."}, {output, ""}});
+    std::erase_if(sources.files, [](const source_file& file) {
+        return file.name.ends_with(transcript_ending); // of "morvantic test"
+    });
     if (!sources.skipped.empty()) {
         warning_message("Hidden files and folders are left out: " + some_of(sources.skipped) +
                         ". --all packs them too.");
@@ -163,6 +172,28 @@ source_folder list_sources(const pack_options& options) {
                         "them below Resources/.");
     }
     return sources;
+}
+
+void refuse_errors(const script_group& group) {
+    std::size_t errors = 0;
+    for (script_findings& of : check(group, {})) {
+        std::erase_if(of.findings,
+                      [](const finding& found) { return found.kind->severity != severity_error; });
+        errors += of.findings.size();
+        error_text_block(text_of(of));
+    }
+    if (errors == 0) return;
+    fail_input("The scripts have " + counted(errors, "error") +
+               ". Mend them, or pack them as they are with --no-check.");
+}
+
+void write_app_list(const std::string& path, const script_group& group) {
+    app_set apps;
+    for (const group_script& script : group.scripts)
+        apps.merge(apps_of(script.text));
+    std::ofstream file(path, std::ios::binary);
+    file << app_list(apps);
+    if (!file.flush()) fail_call(path + " cannot be written.");
 }
 
 std::string folder_of_output(const pack_options& options) {
@@ -212,6 +243,8 @@ exit_status pack(const pack_options& options) {
     check_fields(fields, key.get());
     check_output(options);
     const source_folder sources = list_sources(options);
+    const script_group scripts = group_of(options.folder, sources);
+    if (!options.no_check && !scripts.scripts.empty()) refuse_errors(scripts);
     std::vector<packed_file> packed;
     try {
         temporary_file file(folder_of_output(options));
@@ -222,6 +255,7 @@ exit_status pack(const pack_options& options) {
     } catch (const std::system_error& error) {
         fail_call(options.output + " cannot be written: " + error.code().message() + ".");
     }
+    if (!options.app_list.empty()) write_app_list(options.app_list, scripts);
     write_summary(options, fields, key.get(), packed);
     return status_ok;
 }
@@ -273,6 +307,13 @@ action define(CLI::App& command) {
             "get smaller is\nstored as it is.")
         ->check(CLI::Range(0, 9))
         ->type_name("N");
+    command
+        .add_option("--app-list", options->app_list,
+                    "Write the apps that the scripts name into this file,\none a line with a "
+                    "platform.")
+        ->type_name("FILE");
+    command.add_flag("--no-check", options->no_check,
+                     "Pack scripts in which \"morvantic check\" finds errors.");
     command.add_flag("--all", options->with_hidden, "Pack hidden files and folders too.");
     command.add_flag("-f,--force", options->force, "Replace the output if it is there.");
     add_json(command, options->json);
@@ -280,8 +321,9 @@ action define(CLI::App& command) {
         command,
         "The same folder, key and options always give the same bytes. File names become the\n"
         "names that hosts and scripts use: they must be UTF-8. Symbolic links are refused, and\n"
-        "hidden files (.name) are left out. The package appears at its place complete or not at\n"
-        "all, and only after the engine has served every file of it.\n\n"
+        "hidden files (.name) and transcripts (.transcript) are left out. Scripts in which\n"
+        "\"morvantic check\" finds errors are refused. The package appears at its place\n"
+        "complete or not at all, and only after the engine has served every file of it.\n\n"
         "Examples:\n"
         "  morvantic pack apps apps.pkg --key private.pem\n"
         "  morvantic pack apps - --key private.pem --stamp 2026-03-09-01 > apps.pkg");

@@ -29,6 +29,11 @@ extern const subcommand list_command;
 extern const subcommand cat_command;
 extern const subcommand dump_command;
 extern const subcommand check_command;
+extern const subcommand new_command;
+extern const subcommand format_command;
+extern const subcommand test_command;
+extern const subcommand coverage_command;
+extern const subcommand diff_command;
 
 // Options that several subcommands have.
 void add_package(CLI::App& command, std::string& package);

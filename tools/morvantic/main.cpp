@@ -15,8 +15,9 @@ namespace {
 using namespace tool;
 
 constexpr std::array subcommands = {
-    &check_command,  &keygen_command, &pack_command, &info_command,
-    &verify_command, &list_command,   &cat_command,  &dump_command,
+    &new_command,  &check_command,    &format_command, &test_command, &keygen_command,
+    &pack_command, &info_command,     &verify_command, &list_command, &cat_command,
+    &dump_command, &coverage_command, &diff_command,
 };
 
 /// A standard descriptor that the caller closed would be given to the next file that is opened.
@@ -61,11 +62,12 @@ int run(int argument_count, const char* const* arguments) {
     app.set_help_flag("-h,--help", "Show this help.");
     app.set_version_flag("--version", "morvantic " MORVANTIC_VERSION, "Show the version.");
     app.require_subcommand(1);
-    app.footer("\"morvantic COMMAND --help\" tells more of a command.\n\n"
-               "Data go to standard output, messages to standard error. Exit status:\n"
-               "  0  all is well\n"
-               "  1  the input is at fault: a package, a key, a script or a file to be packed\n"
-               "  2  the call is at fault: an option, or a file that cannot be opened or written");
+    app.footer(
+        "\"morvantic COMMAND --help\" tells more of a command.\n\n"
+        "Data go to standard output, messages to standard error. Exit status:\n"
+        "  0  all is well\n"
+        "  1  the input is at fault, or what was asked for does not hold: a finding, a difference\n"
+        "  2  the call is at fault: an option, or a file that cannot be opened or written");
 
     std::vector<std::pair<CLI::App*, action>> actions;
     for (const subcommand* row : subcommands) {

@@ -5,6 +5,8 @@
  * driver's app stores no cards. Positions are integers in millionths of a degree; the way of
  * a ride is a compressed polyline with five decimals.
  */
+// Both version limits are there to show which one stays.
+// morvantic-check-off: version-overwritten
 
 ::App::Header::{
     engineVersion = 1000000;
@@ -17,7 +19,7 @@
         platforms = platform.Android;
         namespaces = "Rides", "Payments";
         versionMin = "2.3";
-        versionMax = "3.9";   // the record keeps this one, as it stands last
+        versionMax = "3.9";  // the record keeps this one, as it stands last
     }
 
     Package {
@@ -28,12 +30,24 @@
 }
 
 ::App::Include::{
-    geo = Python { path = "python/geo.py"; }
-    money = Python { path = "python/money.py"; }
+    geo = Python {
+        path = "python/geo.py";
+    }
+    money = Python {
+        path = "python/money.py";
+    }
 
-    XQuery { path = "xquery/common/evidence.xq"; }
-    XQuery { path = "xquery/cabbadger/payments.xq"; index = 2; }
-    XQuery { path = "xquery/cabbadger/rides.xq"; index = 1; }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
+    XQuery {
+        path = "xquery/cabbadger/payments.xq";
+        index = 2;
+    }
+    XQuery {
+        path = "xquery/cabbadger/rides.xq";
+        index = 1;
+    }
 }
 
 ::Rides::Script::{
@@ -55,7 +69,7 @@
         functionOnValue("legs/*/way", json.String, geo::polyline(100000));
         functionOnValue("shared", json.Bool, default::yes_no());
         functionOnValue("start/position", json.String,
-                        geo::nearest_zone(geo::zones(default::resource(zone_file)), 3));
+            geo::nearest_zone(geo::zones(default::resource(zone_file)), 3));
         analyzeObject("driver", json.Object, driver_card);
     }
 
@@ -78,7 +92,7 @@
         addSelectedTables({"ride", "favourite"});
         idOnColumn(rides, "_id", "ride");
         functionOnColumns(rides, {"start_lat", "start_lon"}, start_column,
-                          geo::scaled_pair(1000000));
+            geo::scaled_pair(1000000));
         functionOnColumns(rides, {"end_lat", "end_lon"}, "end", geo::scaled_pair(1000000));
         functionOnColumn(rides, "booked_at", default::unix_time(1000));
         idRefOnColumns(rides, {"driver_region", "driver_number"}, "driver");
@@ -96,7 +110,7 @@
         idOnColumns(payments, {"year", "number"}, "payment");
         idRefOnColumn(payments, "ride_id", "ride");
         functionOnColumns(payments, {"units", "currency"}, "amount",
-                          money::amount(default::csv_table(currency_file)));
+            money::amount(default::csv_table(currency_file)));
         extractToNewColumn(payments, "units", "direction", money::direction());
         functionOnColumn(payments, "paid_at", default::unix_time(1000));
         idOnColumn("card", "token", "card");

@@ -33,7 +33,7 @@
 }
 
 ::App::Include::{
-    const country_code = "49";   // of numbers that members typed without one
+    const country_code = "49";  // of numbers that members typed without one
 
     chatterbird = Python {
         path = "python/chatterbird_crypto.py";
@@ -45,11 +45,25 @@
         dependencies = "Default.py";
     }
 
-    XQuery { path = "xquery/common/evidence.xq"; }
-    XQuery { path = "xquery/chatterbird/messages.xq"; index = 3; }
-    XQuery { path = "xquery/chatterbird/people.xq"; index = 1; }
-    XQuery { path = "xquery/chatterbird/chats.xq"; index = 2; }
-    XQuery { path = "xquery/chatterbird/media.xq"; index = 4; }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
+    XQuery {
+        path = "xquery/chatterbird/messages.xq";
+        index = 3;
+    }
+    XQuery {
+        path = "xquery/chatterbird/people.xq";
+        index = 1;
+    }
+    XQuery {
+        path = "xquery/chatterbird/chats.xq";
+        index = 2;
+    }
+    XQuery {
+        path = "xquery/chatterbird/media.xq";
+        index = 4;
+    }
 }
 
 ::Chats::Script::{
@@ -63,8 +77,8 @@
     picture = MediaAnalyzer<"metadata">() {}
 
     // The schema names the fields that have been seen; the rest keep their numbers.
-    envelope = ProtobufAnalyzer<"message" Envelope, "unknown_fields">(
-        "Resources/chatterbird/envelope.proto") {
+    envelope = ProtobufAnalyzer<"message" Envelope,
+        "unknown_fields">("Resources/chatterbird/envelope.proto") {
         functionOnValue("sent_at", proto.Varint, default::unix_time(1000));
         functionOnValue("expires_after", proto.Num32, default::unix_time(1));
         analyzeValue("attachments/preview", proto.String, picture);
@@ -93,10 +107,9 @@
         mergeDatabaseRecords(messages, {"chat_uid", "seq"});
 
         // Attachments lie in one folder a chat, under the number of the attachment.
-        customizableIdRefOnColumns("attachment", {"chat_uid", "seq"}, "message",
-                                   ids::message_id());
-        analyzeConstColumns("attachment", {"chat_uid", "number", "extension"},
-                            fs.Extra, "Chatterbird/Media/{1}/{2}.{3}", picture);
+        customizableIdRefOnColumns("attachment", {"chat_uid", "seq"}, "message", ids::message_id());
+        analyzeConstColumns("attachment", {"chat_uid", "number", "extension"}, fs.Extra,
+            "Chatterbird/Media/{1}/{2}.{3}", picture);
         discardAllNonValidRecoveryLines(true);
     }
 
@@ -124,8 +137,7 @@
 ::Archive::Script::{
     const secret_name = "session_secret";
 
-    archived_envelope = ProtobufAnalyzer<"message" Envelope>(
-        "Resources/chatterbird/envelope.proto") {
+    archived_envelope = ProtobufAnalyzer<"message" Envelope>("Resources/chatterbird/envelope.proto") {
         functionOnValue("sent_at", proto.Varint, default::unix_time(1000));
     }
 
@@ -133,9 +145,8 @@
         // Archives were written before the tables got their present names.
         const messages = "chat_line";
 
-        setFileFunction(chatterbird::open_archive(
-            chatterbird::session_secret(
-                default::app_file(fs.App, "shared_prefs/session.xml"), secret_name)));
+        setFileFunction(chatterbird::open_archive(chatterbird::session_secret(default::app_file(fs.App,
+            "shared_prefs/session.xml"), secret_name)));
         addSelectedTables({"chat_line"});
         functionOnColumn(messages, "chat", ids::chat_id());
         customizableIdOnColumns(messages, {"chat", "seq"}, "message", ids::message_id());

@@ -24,7 +24,7 @@
         platforms = platform.Android;
         namespaces = "App";
         versionMax = "2.99";
-        hasExtraFS = true;   // the free edition copies its vault to shared storage
+        hasExtraFS = true;  // the free edition copies its vault to shared storage
     }
 }
 
@@ -34,8 +34,13 @@
         versionMin = "3.6.2";
     }
 
-    XQuery { path = "xquery/common/evidence.xq"; }
-    XQuery { path = "xquery/gallivault/hidden_media.xq"; index = 1; }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
+    XQuery {
+        path = "xquery/gallivault/hidden_media.xq";
+        index = 1;
+    }
 }
 
 ::App::Script::{
@@ -56,21 +61,18 @@
     either = SmartAnalyzer<>(picture, clip) {}
 
     // Whole files are unscrambled before anything looks at them.
-    vault_files = ObfuscatedAnalyzer<>(
-        fs.App, {"files/.gv/*/*.gv", "files/.gv/*/*.gvclip"}, obfs.File,
-        gallivault::unscramble(default::resource(key_table))) {
+    vault_files = ObfuscatedAnalyzer<>(fs.App, {"files/.gv/*/*.gv", "files/.gv/*/*.gvclip"},
+        obfs.File, gallivault::unscramble(default::resource(key_table))) {
         setAnalyzer(either);
     }
 
-    lite_files = ObfuscatedAnalyzer<"optional">(
-        fs.Extra, "Gallivault Lite/**/*.gv", obfs.File,
+    lite_files = ObfuscatedAnalyzer<"optional">(fs.Extra, "Gallivault Lite/**/*.gv", obfs.File,
         gallivault::unscramble(default::resource(key_table))) {
         setAnalyzer(either);
     }
 
     // Uploads are scrambled in blocks of their own, each from the table's start.
-    ObfuscatedAnalyzer<"optional">(
-        fs.App, "cache/upload/*.part", obfs.Mem,
+    ObfuscatedAnalyzer<"optional">(fs.App, "cache/upload/*.part", obfs.Mem,
         gallivault::unscramble_block(default::resource(key_table))) {
         setAnalyzer(either, "*.part");
     }
@@ -80,8 +82,7 @@
 
         addSelectedTables({"hidden"});
         idOnColumn(hidden, "hash", "medium");
-        functionOnColumn(hidden, "name",
-                         gallivault::original_name(default::resource(key_table)));
+        functionOnColumn(hidden, "name", gallivault::original_name(default::resource(key_table)));
         extractToNewColumn(hidden, "vault", "vault_kind", gallivault::vault_of());
         functionOnColumn(hidden, "hidden_at", default::unix_time(1000));
         functionOnColumn(hidden, "deleted", default::yes_no());

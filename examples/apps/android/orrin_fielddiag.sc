@@ -5,6 +5,8 @@
  * to the place where the handset was set up, two hours east of UTC for the devices seen, but
  * the position log counts in UTC and the event log keeps the time of the factory.
  */
+// The one log for people has a layout of its own, on purpose.
+// morvantic-check-off: constant-shadows
 
 ::App::Header::{
     engineVersion = 1000000;
@@ -34,11 +36,22 @@
         dependencies = "Default.py";
     }
 
-    geo = Python { path = "python/geo.py"; }
+    geo = Python {
+        path = "python/geo.py";
+    }
 
-    XQuery { index = 2; path = "xquery/orrindale/timeline.xq"; }
-    XQuery { index = 1; path = "xquery/orrindale/network.xq"; }
-    XQuery { index = 0; path = "xquery/common/evidence.xq"; }
+    XQuery {
+        index = 2;
+        path = "xquery/orrindale/timeline.xq";
+    }
+    XQuery {
+        index = 1;
+        path = "xquery/orrindale/network.xq";
+    }
+    XQuery {
+        index = 0;
+        path = "xquery/common/evidence.xq";
+    }
 }
 
 ::Network::Script::{
@@ -54,7 +67,7 @@
     netstat_log = NetstatLogAnalyzer<"kind" connection>(fs.App, "files/diag/net*.log") {
         functionOnColumn("connection", "time", default::local_time(layout, 120));
         functionOnColumns("connection", {"remote_address", "remote_port"}, "remote",
-                          default::join_values(":"));
+            default::join_values(":"));
         setRecoveryFilteringOnColumns("connection", {"time", "remote_address"});
     }
 }
@@ -62,14 +75,14 @@
 ::Usage::Script::{
     const event_file = "Resources/orrindale/event_codes.csv";
 
-    notifications = NotificationLogAnalyzer<"kind" notification>(
-        fs.App, {"files/diag/notify.log", "files/diag/notify.log.1"}) {
+    notifications = NotificationLogAnalyzer<"kind" notification>(fs.App,
+        {"files/diag/notify.log", "files/diag/notify.log.1"}) {
         functionOnColumn("notification", "time", default::local_time(layout, 120));
         idRefOnColumn("notification", "package", "app");
     }
 
     idle_log = DeviceIdleLogAnalyzer<"kind" idle>(fs.App, "files/diag/idle.log") {
-        const layout = "%d.%m.%Y %H:%M";   // this log alone is written for people
+        const layout = "%d.%m.%Y %H:%M";  // this log alone is written for people
 
         functionOnColumn("idle", "from", default::local_time(layout, 120));
         functionOnColumn("idle", "to", default::local_time(layout, 120));
@@ -98,8 +111,7 @@
 ::Places::Script::{
     positions = LocationLogAnalyzer<"kind" position>(fs.App, "files/diag/loc*.log") {
         functionOnColumn("position", "time", default::local_time(layout, 0));
-        functionOnColumns("position", {"lat_e7", "lon_e7"}, "place",
-                          geo::scaled_pair(10000000));
+        functionOnColumns("position", {"lat_e7", "lon_e7"}, "place", geo::scaled_pair(10000000));
         discardAllNonValidRecoveryLines(true);
     }
 }

@@ -4,6 +4,8 @@
  * The app backs itself up to shared storage. A backup is an archive with the notes database
  * and the drawings of one day, so the database analyzer serves the live file and the backups.
  */
+// The name means another path in one object, on purpose.
+// morvantic-check-off: constant-shadows
 
 ::App::Header::{
     engineVersion = 1000000;
@@ -24,8 +26,14 @@
         path = "python/pocketfern_vault.py";
     }
 
-    XQuery { path = "xquery/pocketfern/notes.xq"; index = 10; }
-    XQuery { path = "xquery/common/evidence.xq"; index = 0; }
+    XQuery {
+        path = "xquery/pocketfern/notes.xq";
+        index = 10;
+    }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+        index = 0;
+    }
 }
 
 ::App::Script::{
@@ -48,8 +56,7 @@
 
         // Ten thousand guesses cover the four-digit PINs that the app proposes.
         extractToNewColumn(notes, "locked_body", "opened_body",
-                           vault::open_note(vault::known_pins(default::resource(pin_file)),
-                                            10000));
+            vault::open_note(vault::known_pins(default::resource(pin_file)), 10000));
         functionOnColumn(notes, "locked_body", default::hex_text());
 
         idRefOnColumn("drawing", "note_guid", "note");
@@ -67,7 +74,7 @@
 
     // The widget's copy of the newest notes; a plain XML preference file.
     widget = XmlAnalyzer<"encoding" utf8, "optional">(fs.App, "shared_prefs/widget.xml") {
-        const notes = "map/string";   // the path of a note in this file
+        const notes = "map/string";  // the path of a note in this file
 
         functionOnAttribute(notes, "name", default::strip_prefix({"note_"}));
         idRefOnAttribute(notes, "name", "note");

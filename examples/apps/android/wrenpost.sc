@@ -45,7 +45,9 @@
         index = 10;
     }
 
-    XQuery { path = "xquery/common/evidence.xq"; }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
 }
 
 ::Mail::Script::{
@@ -91,8 +93,8 @@
 
         analyzeConstColumn(mails, "body_file", fs.App, "files/bodies/{1}.txt", body_text);
         analyzeConstColumn(mails, "html_file", fs.App, "files/bodies/{1}.html", body_html);
-        analyzeConstColumns("attachment", {"mail_id", "name"},
-                            fs.App, "files/attachments/{1}/{2}", attachment);
+        analyzeConstColumns("attachment", {"mail_id", "name"}, fs.App, "files/attachments/{1}/{2}",
+            attachment);
 
         setRecoveryFilteringOnColumns(mails, {"message_id", "sent"});
         mergeDatabaseRecords(mails, {"message_id"});
@@ -115,8 +117,8 @@
         forceFunctionsOnNullValue(true);
     }
 
-    exported_cards = VCardAnalyzer<"kind" card, "optional">(
-        fs.Extra, {"Wrenpost/export/*.vcf", "Download/wrenpost-*.vcf"}) {
+    exported_cards = VCardAnalyzer<"kind" card,
+        "optional">(fs.Extra, {"Wrenpost/export/*.vcf", "Download/wrenpost-*.vcf"}) {
         customizableIdOnColumn("card", "email", "person", mail::person_id());
         functionOnColumn("card", "tel", default::phone_number(home_country));
     }

@@ -34,12 +34,17 @@
         dependencies = "Default.py";
     }
 
-    XQuery { path = "xquery/common/evidence.xq"; }
-    XQuery { path = "xquery/pingwillow/messages.xq"; index = 1; }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
+    XQuery {
+        path = "xquery/pingwillow/messages.xq";
+        index = 1;
+    }
 }
 
 ::Chats::Script::{
-    const own_pin = "2A7F00C3";   /* of the handset in question; set it anew for each case */
+    const own_pin = "2A7F00C3"; /* of the handset in question; set it anew for each case */
     const stamp_layout = "%y%m%d %H%M%S";
 
     func addConstantToXQuery("own-pin", own_pin);

@@ -26,10 +26,17 @@
 }
 
 ::App::Include::{
-    geo = Python { path = "python/geo.py"; }
+    geo = Python {
+        path = "python/geo.py";
+    }
 
-    XQuery { path = "xquery/common/evidence.xq"; }
-    XQuery { path = "xquery/waymoth/routes.xq"; index = 1; }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
+    XQuery {
+        path = "xquery/waymoth/routes.xq";
+        index = 1;
+    }
 }
 
 ::Tracks::Script::{
@@ -39,7 +46,7 @@
     func setRecreateFilesystemFolders({"data/tracks", "logs"});
 
     track_files = GenericAnalyzer<>(fs.App, "data/tracks/*.wmt",
-                                    "config/waymoth/track_layout.xml") {
+        "config/waymoth/track_layout.xml") {
         // Seconds count from 2001; the years before are those of receivers without a fix.
         functionOnColumn(point, "seconds", default::apple_time());
         functionOnColumns(point, {"latitude", "longitude"}, "place", geo::scaled_pair(1000000));
@@ -47,8 +54,7 @@
     }
 
     position_log = LocationLogAnalyzer<"kind" position>(fs.App, "logs/position*.log") {
-        functionOnColumn("position", "time",
-                         default::local_time("%a, %d %b %Y %H:%M:%S", -480));
+        functionOnColumn("position", "time", default::local_time("%a, %d %b %Y %H:%M:%S", -480));
         functionOnColumns("position", {"lat", "lon"}, "place", geo::scaled_pair(100000));
     }
 }

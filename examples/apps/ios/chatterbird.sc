@@ -13,7 +13,7 @@
         platforms = platform.iOS;
         versionMin = "5.0";
         namespaces = "Chats", "People";
-        hasExtraFS = true;   // the group container
+        hasExtraFS = true;  // the group container
     }
 }
 
@@ -25,13 +25,29 @@
         dependencies = "Default.py";
     }
 
-    chatterbird = Python { path = "python/chatterbird_crypto.py"; }
+    chatterbird = Python {
+        path = "python/chatterbird_crypto.py";
+    }
 
-    XQuery { index = 4; path = "xquery/chatterbird/media.xq"; }
-    XQuery { index = 2; path = "xquery/chatterbird/chats.xq"; }
-    XQuery { index = 1; path = "xquery/chatterbird/people.xq"; }
-    XQuery { index = 3; path = "xquery/chatterbird/messages.xq"; }
-    XQuery { path = "xquery/common/evidence.xq"; }
+    XQuery {
+        index = 4;
+        path = "xquery/chatterbird/media.xq";
+    }
+    XQuery {
+        index = 2;
+        path = "xquery/chatterbird/chats.xq";
+    }
+    XQuery {
+        index = 1;
+        path = "xquery/chatterbird/people.xq";
+    }
+    XQuery {
+        index = 3;
+        path = "xquery/chatterbird/messages.xq";
+    }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
 }
 
 ::Chats::Script::{
@@ -62,17 +78,15 @@
         functionOnColumn(messages, "received_at", default::apple_time());
         analyzeColumn(messages, "envelope", envelope);
         setRecoveryFilteringOnColumns(messages, {"chat_uid", "seq"});
-        customizableIdRefOnColumns("attachment", {"chat_uid", "seq"}, "message",
-                                   ids::message_id());
-        analyzeConstColumns("attachment", {"chat_uid", "number", "extension"},
-                            fs.Extra, "Media/{1}/{2}.{3}", picture);
+        customizableIdRefOnColumns("attachment", {"chat_uid", "seq"}, "message", ids::message_id());
+        analyzeConstColumns("attachment", {"chat_uid", "number", "extension"}, fs.Extra,
+            "Media/{1}/{2}.{3}", picture);
     }
 
     archived_db = SqliteAnalyzer<"recover" freelist>(fs.Extra, "Archive/*.cba") {
         const messages = "chat_line";
 
-        setFileFunction(chatterbird::open_archive(
-            chatterbird::keychain_secret(default::keychain_item("chatterbird-secret"))));
+        setFileFunction(chatterbird::open_archive(chatterbird::keychain_secret(default::keychain_item("chatterbird-secret"))));
         addSelectedTables({"chat_line"});
         functionOnColumn(messages, "chat", ids::chat_id());
         customizableIdOnColumns(messages, {"chat", "seq"}, "message", ids::message_id());

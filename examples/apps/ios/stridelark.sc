@@ -32,9 +32,17 @@
         versionMin = "3.6.2";
     }
 
-    XQuery { path = "xquery/stridelark/profile.xq"; index = 200; }
-    XQuery { path = "xquery/stridelark/workouts.xq"; index = 100; }
-    XQuery { path = "xquery/common/evidence.xq"; }
+    XQuery {
+        path = "xquery/stridelark/profile.xq";
+        index = 200;
+    }
+    XQuery {
+        path = "xquery/stridelark/workouts.xq";
+        index = 100;
+    }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
 }
 
 ::Activities::Script::{
@@ -43,8 +51,8 @@
     func addConstantToXQuery("watch-analyzer", "watch_files");
 
     // A track counts in millionths of a degree.
-    watch_files = ProtobufAnalyzer<"message" Activity>(
-        fs.App, {"Library/Watch/*.act", "Library/Watch/failed/*.act"}, activity_schema) {
+    watch_files = ProtobufAnalyzer<"message" Activity>(fs.App,
+        {"Library/Watch/*.act", "Library/Watch/failed/*.act"}, activity_schema) {
         functionOnValue("started", proto.Varint, default::unix_time(1));
         functionOnValue("track", proto.String, track::positions(1000000));
         functionOnValue("note", proto.String, default::strip_prefix({"#note ", "#notiz "}));

@@ -31,8 +31,13 @@
         versionMin = "3.6.2";
     }
 
-    XQuery { path = "xquery/common/evidence.xq"; }
-    XQuery { path = "xquery/tagebuechli/einträge.xq"; index = 1; }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
+    XQuery {
+        path = "xquery/tagebuechli/einträge.xq";
+        index = 1;
+    }
 }
 
 ::Eintraege::Script::{
@@ -60,8 +65,8 @@
         analyzeValue("cover", plist.Data, photo);
     }
 
-    diary_index = SqliteAnalyzer<"wal", "recover" freelist>(
-        fs.App, "Library/Application Support/Verzeichnis.sqlite") {
+    diary_index = SqliteAnalyzer<"wal",
+        "recover" freelist>(fs.App, "Library/Application Support/Verzeichnis.sqlite") {
         const entry = "ZEINTRAG";
 
         setSpecific(sqlite.None);
@@ -78,7 +83,8 @@
 ::Einstellungen::Script::{
     PlistAnalyzer<"optional">(fs.App, "Library/Preferences/ch.tagebuechli.diary.plist") {
         functionOnValue("lastOpened", plist.Date, default::apple_time());
-        functionOnValue("reminders/*", plist.Int, default::lookup(
-            default::csv_table("Resources/tagebuechli/wochentage.csv"), "jeden Tag"));
+        functionOnValue("reminders/*", plist.Int,
+            default::lookup(default::csv_table("Resources/tagebuechli/wochentage.csv"),
+            "jeden Tag"));
     }
 }

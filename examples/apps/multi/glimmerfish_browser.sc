@@ -34,19 +34,29 @@
 }
 
 ::App::Include::{
-    XQuery { path = "xquery/glimmerfish/sessions.xq"; index = 3; }
-    XQuery { path = "xquery/glimmerfish/cookies.xq"; index = 2; }
-    XQuery { path = "xquery/glimmerfish/history.xq"; index = 1; }
-    XQuery { path = "xquery/common/evidence.xq"; }
+    XQuery {
+        path = "xquery/glimmerfish/sessions.xq";
+        index = 3;
+    }
+    XQuery {
+        path = "xquery/glimmerfish/cookies.xq";
+        index = 2;
+    }
+    XQuery {
+        path = "xquery/glimmerfish/history.xq";
+        index = 1;
+    }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
 }
 
 ::Browsing::Script::{
     const page_kind = "page";
 
     func addConstantToXQuery("browser", browser);
-    func setPathToIdModifier(default::strip_prefix({
-        "app_profile/", "Library/Application Support/", "LocalState/"
-    }));
+    func setPathToIdModifier(default::strip_prefix({"app_profile/", "Library/Application Support/",
+        "LocalState/"}));
 
     icon = MediaAnalyzer<"kind" icon>() {}
 
@@ -73,8 +83,8 @@
         analyzeColumn("icon", "bitmap", icon);
     }
 
-    cookies = CookiesAnalyzer<"kind" cookie>(
-        fs.App, {"**/profile/cookies.db", "**/profile/cookies.old"}) {
+    cookies = CookiesAnalyzer<"kind" cookie>(fs.App,
+        {"**/profile/cookies.db", "**/profile/cookies.old"}) {
         idOnColumns("cookie", {"host", "name"}, "cookie");
         functionOnColumn("cookie", "created", default::web_time());
         functionOnColumn("cookie", "expires", default::web_time());
@@ -98,7 +108,7 @@
 ::Mobile::Script::{
     // Numbered keys; the configuration file gives them names.
     preferences = DynDictAnalyzer<>(fs.App, "**/profile/preferences.kv",
-                                    "config/glimmerfish/preferences_dict.xml") {
+        "config/glimmerfish/preferences_dict.xml") {
         functionOnColumn("preference", "last_cleared", default::web_time());
         functionOnColumn("preference", "private_by_default", default::yes_no());
     }
@@ -110,8 +120,8 @@
     PlistAnalyzer<>(fs.App, "Library/Preferences/app.glimmerfish.ios.plist") {
         functionOnValue("lastCleared", plist.Date, default::apple_time());
         functionOnValue("privateByDefault", plist.Bool, default::yes_no());
-        analyzeConstValue("tabs/*/snapshot", plist.String,
-                          fs.App, "Library/Caches/Snapshots/{1}", snapshot);
+        analyzeConstValue("tabs/*/snapshot", plist.String, fs.App, "Library/Caches/Snapshots/{1}",
+            snapshot);
     }
 
     page = PlistAnalyzer<>() {

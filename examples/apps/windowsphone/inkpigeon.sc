@@ -6,6 +6,8 @@
  * LocalState/settings.ini    the sender's address
  * RoamingState/contacts.vcf  addressees
  */
+// A card is another thing in one object, on purpose.
+// morvantic-check-off: constant-shadows
 
 ::App::Header::{
     engineVersion = 1000000;
@@ -29,8 +31,14 @@
 ::App::Include::{
     const stamp_file = "Resources/inkpigeon/stamps.xml";
 
-    XQuery { path = "xquery/inkpigeon/postcards.xq"; index = 1; }
-    XQuery { path = "xquery/common/evidence.xq"; index = 0; }
+    XQuery {
+        path = "xquery/inkpigeon/postcards.xq";
+        index = 1;
+    }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+        index = 0;
+    }
 }
 
 ::Cards::Script::{
@@ -52,8 +60,8 @@
     sent = XmlAnalyzer<"encoding" utf16>(fs.App, "LocalState/cards.xml") {
         idOnAttribute(card, "id", "card");
         functionOnAttribute(card, "sent", default::windows_time());
-        functionOnAttribute(card, "stamp", default::lookup(
-            default::xml_table(stamp_file, "number", "motif"), "unknown motif"));
+        functionOnAttribute(card, "stamp",
+            default::lookup(default::xml_table(stamp_file, "number", "motif"), "unknown motif"));
         idRefOnText("cards/card/to", "addressee");
         customizableIdRefOnText("cards/card/from", "addressee", default::path_segment(-1));
         functionOnText("cards/card/message", default::from_base64());
@@ -62,14 +70,14 @@
     }
 
     outbox = GenericAnalyzer<"optional">(fs.App, "LocalState/outbox.dat",
-                                         "config/inkpigeon/outbox_layout.xml") {
-        const card = "postcard";   // a record here, where the file of sent cards has elements
+        "config/inkpigeon/outbox_layout.xml") {
+        const card = "postcard";  // a record here, where the file of sent cards has elements
 
         idOnColumn(card, "card_id", "card");
         idRefOnColumn(card, "recipient", "addressee");
         functionOnColumn(card, "written", default::windows_time());
-        functionOnColumn(card, "stamp", default::lookup(
-            default::xml_table(stamp_file, "number", "motif"), "unknown motif"));
+        functionOnColumn(card, "stamp",
+            default::lookup(default::xml_table(stamp_file, "number", "motif"), "unknown motif"));
     }
 
     settings = IniAnalyzer<"encoding" utf16>(fs.App, "LocalState/settings.ini") {
@@ -83,6 +91,6 @@
         idOnColumn("addressee", "fn", "addressee");
         functionOnColumn("addressee", "tel", default::phone_number("31"));
         functionOnColumns("addressee", {"street", "postcode", "town"}, "address",
-                          default::join_values(", "));
+            default::join_values(", "));
     }
 }

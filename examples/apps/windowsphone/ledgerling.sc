@@ -5,6 +5,8 @@
  * app puts on the memory card. Amounts are in the smallest unit of the book's currency, which
  * is the franc unless the settings say otherwise; expenses are negative.
  */
+// Both are here to be seen.
+// morvantic-check-off: version-overwritten, constant-shadows
 
 ::App::Header::{
     engineVersion = 1000000;
@@ -28,8 +30,13 @@
         versionMin = "3.6.2";
     }
 
-    XQuery { path = "xquery/ledgerling/bookings.xq"; index = 1; }
-    XQuery { path = "xquery/common/evidence.xq"; }
+    XQuery {
+        path = "xquery/ledgerling/bookings.xq";
+        index = 1;
+    }
+    XQuery {
+        path = "xquery/common/evidence.xq";
+    }
 }
 
 ::App::Script::{
@@ -51,9 +58,9 @@
         idRefOnColumn(bookings, "AccountId", "account");
         extractToNewColumn(bookings, "Units", "Direction", money::direction());
         functionOnColumn(bookings, "Units",
-                         money::amount_in(currency, default::csv_table(currency_table)));
+            money::amount_in(currency, default::csv_table(currency_table)));
         functionOnColumn(bookings, "Category",
-                         default::lookup(default::csv_table(category_table), "?"));
+            default::lookup(default::csv_table(category_table), "?"));
         functionOnColumn(bookings, "Booked", default::windows_time());
         analyzeColumn(bookings, "Receipt", receipt);
         setRecoveryFilteringOnColumns(bookings, {"Year", "Number", "Units"});
@@ -62,13 +69,13 @@
     }
 
     // Copies in euros come from the time before the book was moved to francs.
-    card_copy = FlattenedDataAnalyzer<"separator" dot, "kind" booking, "optional">(
-        fs.Extra, {"Ledgerling/*.flat", "Ledgerling/*.flat.old"}) {
+    card_copy = FlattenedDataAnalyzer<"separator" dot, "kind" booking,
+        "optional">(fs.Extra, {"Ledgerling/*.flat", "Ledgerling/*.flat.old"}) {
         const currency = "EUR";
 
         idOnColumns("booking", {"year", "number"}, "booking");
         functionOnColumn("booking", "units",
-                         money::amount_in(currency, default::csv_table(currency_table)));
+            money::amount_in(currency, default::csv_table(currency_table)));
         functionOnColumn("booking", "booked", default::local_time("%d/%m/%Y", 60));
     }
 

@@ -1,0 +1,74 @@
+#include "commandline.h"
+#include "input_file.h"
+#include "output.h"
+#include "script_format.h"
+#include "temporary_file.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace tool {
+
+namespace {
+
+struct format_options {
+    std::vector<std::string> files;
+    bool check = false;
+};
+
+void replace(const std::string& path, const std::string& text) {
+    try {
+        const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+        temporary_file file(folder.empty() ? "." : folder.string());
+        write_all(file.number(), {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+        file.publish(path, true);
+    } catch (const std::system_error& error) {
+        fail_call(path + " cannot be written: " + error.code().message() + ".");
+    }
+}
+
+exit_status format(const format_options& options) {
+    bool differs = false;
+    for (const std::string& path : options.files) {
+        const input_file file(path);
+        const core::input_stream_ptr stream = file.open();
+        const std::string text = stream->read_string(stream->size());
+        const std::string result = formatted(text, file.name());
+        if (options.check) {
+            if (result == text) continue;
+            differs = true;
+            error_message(file.name() + " is not formatted.");
+        } else if (path == "-") {
+            write_output(result);
+        } else if (result != text) {
+            replace(path, result);
+            write_output(output_name(path) + '\n');
+        }
+    }
+    return differs ? status_input : status_ok;
+}
+
+action define(CLI::App& command) {
+    auto options = std::make_shared<format_options>();
+    command
+        .add_option("FILE", options->files,
+                    "Scripts to be rewritten; - reads standard input and\n"
+                    "writes standard output.")
+        ->required();
+    command.add_flag("--check", options->check,
+                     "Rewrite nothing; exit status 1 if something would be.");
+    add_notes(command,
+              "Brings scripts into one layout: a statement a line, four blanks for each brace,\n"
+              "comments where they were, lines of up to 100 characters. The engine makes the same\n"
+              "of a script before and after. Prints the names of the files that have changed.\n\n"
+              "Examples:\n"
+              "  morvantic format apps/*.sc\n"
+              "  morvantic format - < mail.sc | diff mail.sc -");
+    return with_options(std::move(options), format);
+}
+
+} // namespace
+
+const subcommand format_command = {"format", "Bring scripts into one layout.", define};
+
+} // namespace tool
