@@ -1,6 +1,8 @@
 #pragma once
 
 #include "fuzz/target.h"
+#include "support/memory_store.h"
+#include "tools/morvantic/script_report.h"
 
 #include <algorithm>
 #include <string>
@@ -85,5 +87,27 @@ private:
     std::uint64_t m_pos = 0;
     bool m_in_section = false;
 };
+
+constexpr unsigned no_deadline = 1'000'000; // seconds
+
+/// Runs the work on a store with the text as "demo.sc", of which a read delivers at most `most`
+/// bytes. False if there was no end of it.
+template <std::invocable Work>
+bool with_text(const std::string& text, std::uint64_t most, text_reading& reading, Work&& work) {
+    support::installed_scripts scripts({{L"demo.sc", text}});
+    scripts.store.open = [&](const std::string& content) {
+        return std::make_unique<fenced_text>(content, most, reading);
+    };
+    return fenced(std::forward<Work>(work));
+}
+
+/// What the engine gives and logs of a text. Empty if there was no end of it.
+inline std::string report_of(const std::string& text, const tool::script_outline& outline,
+                             std::uint64_t most, text_reading& reading) {
+    std::string report;
+    with_text(text, most, reading,
+              [&] { report = text_of(*tool::read_script(L"demo.sc", outline, {}, no_deadline)); });
+    return report;
+}
 
 } // namespace fuzz

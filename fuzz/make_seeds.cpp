@@ -111,6 +111,7 @@ std::vector<bytes> make_archives() {
         {{.name = "a.sc", .content = "::a::b::{}"}}, support::to_bytes("in front"), "behind"};
     archives[5].members = {{.name = "large", .content = std::string(100'000, 'a')}};
     std::vector<bytes> contents;
+    contents.reserve(archives.size());
     for (const support::zip_builder& archive : archives)
         contents.push_back(archive.build().content);
     return contents;
@@ -188,7 +189,8 @@ void make_header_dictionary(dictionary words) {
 int main(int count, char** arguments) {
     if (count != 2) return 2;
     const std::filesystem::path folder = arguments[1];
-    make_script_seeds(seed_folder(folder / "script"));
+    for (const char* target : {"script", "check"})
+        make_script_seeds(seed_folder(folder / target));
     make_inflate_seeds(seed_folder(folder / "inflate"));
     make_stream_seeds(seed_folder(folder / "streams"));
     make_header_seeds(seed_folder(folder / "package_header"));
@@ -200,7 +202,8 @@ int main(int count, char** arguments) {
         support::append(unchanged, archive);
         packages.add(std::to_string(i), unchanged);
     }
-    make_script_dictionary(dictionary(folder / "script.dict"));
+    for (const char* target : {"script.dict", "check.dict"})
+        make_script_dictionary(dictionary(folder / target));
     make_header_dictionary(dictionary(folder / "package_header.dict"));
     for (const char* file : {"zip.dict", "package.dict"})
         make_archive_dictionary(dictionary(folder / file));

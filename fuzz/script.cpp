@@ -1,6 +1,4 @@
 #include "fuzz/fenced_text.h"
-#include "support/memory_store.h"
-#include "tools/morvantic/script_report.h"
 
 #include <algorithm>
 
@@ -17,18 +15,11 @@ bool is_asked_for(const tool::section_head& head) {
            head.name == "Script";
 }
 
-/// What the engine gave and logged. Empty if there was no end of it.
 std::string read_script(const std::string& text, const tool::script_outline& outline,
                         std::uint64_t most) {
-    constexpr unsigned never = 1'000'000; // seconds
     text_reading reading;
-    support::installed_scripts scripts({{L"demo.sc", text}});
-    scripts.store.open = [&](const std::string& content) {
-        return std::make_unique<fenced_text>(content, most, reading);
-    };
-    std::string report;
-    const bool has_ended =
-        fenced([&] { report = text_of(*tool::read_script(L"demo.sc", outline, {}, never)); });
+    std::string report = report_of(text, outline, most, reading);
+    const bool has_ended = !report.empty();
     const bool ends_first_pass = has_ended || reading.sections != 0;
     require(ends_first_pass == (outline.endless_comment_line == 0), "the tool knows endless texts");
     const auto& heads = outline.sections;
