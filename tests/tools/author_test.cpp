@@ -75,7 +75,7 @@ TEST_F(Author, IsToldWhatIsWrongWhereAndHowToBearIt) {
     EXPECT_EQ(found["logged"], (json{{"line", 3}, {"column", 28}}));
     const json run_object = json::parse(run("check --sarif " + demo).out)["runs"][0];
     const json first = run_object["results"][0];
-    EXPECT_EQ(run_object["tool"]["driver"]["rules"][first["ruleIndex"].get<int>()]["id"],
+    EXPECT_EQ(run_object["tool"]["driver"]["rules"][first["ruleIndex"].get<std::size_t>()]["id"],
               first["ruleId"]);
     EXPECT_EQ(first["locations"][0]["physicalLocation"]["region"]["startLine"], 1);
 
