@@ -131,6 +131,23 @@ TEST(Findings, TheLanguageReferenceListsAllOfThem) {
               static_cast<std::ptrdiff_t>(listed));
 }
 
+TEST(Findings, PointAtTheNameThatTheyComplainOf) {
+    std::size_t seen = 0;
+    for (const finding_kind& kind : tool::engine_kinds()) {
+        const std::string text = tool::example_script(kind);
+        for (const finding& found : findings_in(text)) {
+            std::smatch name;
+            const bool has_name = std::regex_search(found.message, name, std::regex("\"(\\w+)\""));
+            if (found.kind != &kind || !has_name || found.message.starts_with("Expected")) continue;
+            const std::string marked = text.substr(found.begin, found.end - found.begin);
+            const bool is_block = marked == "Package" || marked == "Python" || marked == "XQuery";
+            EXPECT_TRUE(marked == name[1] || is_block) << kind.code << " marks " << marked;
+            ++seen;
+        }
+    }
+    EXPECT_GT(seen, 20U);
+}
+
 TEST(Findings, StandAtTheirTruePlaces) {
     // The engine counts the byte behind a section's brace twice, and names the place behind the
     // token before.
@@ -146,4 +163,8 @@ TEST(Findings, StandAtTheirTruePlaces) {
                     "::A::Script::{ const c = \"\"; func setSpecific(c); }\n"
                     "::B::Script::{ func setSpecific(@@c); }",
                     {"section-order", "unknown-name"});
+    expect_at_marks("@::A::Script::{ func setSpecific(@@none::g()); }",
+                    {"header-missing", "include-missing", "unknown-module"});
+    expect_at_marks("::App::Header::@{ Package { names = \"a\"; platforms = platform.iOS; }",
+                    {"unclosed-braces"});
 }

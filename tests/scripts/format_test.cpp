@@ -33,7 +33,8 @@ engineVersion=1;}
 "b"   c>(fs.App,{"d","e"}){func setSpecific(-  5,default::f(g()),   /* in */ "over
   lines");
 
-const e="";}
+const e=""; /* of f */ const f=""; /* done */
+}
 MediaAnalyzer<>(){}functionOnColumnWithLongName("the first of its values", "the second of its values", nested("one", "two"));}
 )";
     EXPECT_EQ(tool::formatted(text, "text"), R"(// first
@@ -54,6 +55,7 @@ MediaAnalyzer<>(){}functionOnColumnWithLongName("the first of its values", "the 
   lines");
 
         const e = "";
+        /* of f */ const f = ""; /* done */
     }
     MediaAnalyzer<>() {}
     functionOnColumnWithLongName("the first of its values", "the second of its values",
@@ -80,8 +82,10 @@ TEST(Format, ChangesNothingForTheEngineNorASecondTime) {
 }
 
 TEST(Format, RefusesWhatCannotBeSeen) {
-    for (const char* text : {"/* open", "\"open", "::A::Script::{ / }", "\xEF\xBB\xBF::A::B::{}",
-                             "::A::Script::{ \xE9 }", "::A::B::{} \xFF"}) {
+    for (const char* text :
+         {"/* open", "\"open", "::A::Script::{ / }", "\xEF\xBB\xBF::A::B::{}",
+          "::A::Script::{ \xE9 }", "::A::B::{} \xFF", "::A::Script::{ func setSpecific(1; }",
+          "::A::B::{ ) }", "::A::B::{", "::A::B::{ const a = \"\"\nconst b }"}) {
         EXPECT_THROW(tool::formatted(text, "text"), tool::failure) << text;
     }
 }

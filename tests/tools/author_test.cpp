@@ -1,5 +1,6 @@
 #include "run_tool.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -38,6 +39,7 @@ TEST_F(Author, FindsANewScriptSoundFormattedAndServed) {
     const std::string list = folder.file("list");
     EXPECT_EQ(run(pack_it + " --app-list " + list).status, 0);
     EXPECT_EQ(run("info --apps " + package).out, support::read_file(list));
+    EXPECT_EQ(run(pack_it + " --app-list " + private_key()).status, 2);
     EXPECT_EQ(run("check " + package + " --key " + public_key()).status, 0);
     EXPECT_EQ(run("coverage " + package + " --apps " + list + " --key " + public_key()).out,
               "com.example.mail\n"
@@ -91,12 +93,26 @@ TEST_F(Author, LearnsFromSoundExamples) {
     EXPECT_EQ(run("format --check $(find " EXAMPLE_APPS " -name '*.sc')").err, "");
 }
 
+TEST_F(Author, KeepsLinksAndRightsOfFormattedScripts) {
+    namespace fs = std::filesystem;
+    fs::permissions(script(), fs::perms(0640));
+    fs::create_symlink(script(), folder.file("link"));
+    const std::string before = support::read_file(script());
+    folder.write("apps/com.example.mail.sc", "\n\n" + before);
+    EXPECT_EQ(run("format " + folder.file("link")).status, 0);
+    EXPECT_EQ(support::read_file(script()), before);
+    EXPECT_TRUE(fs::is_symlink(folder.file("link")));
+    EXPECT_EQ(fs::status(script()).permissions(), fs::perms(0640));
+}
+
 TEST_F(Author, IsNotKeptWaitingByScriptsWithoutEnd) {
     folder.write("apps/comment.sc", "/* open");
     folder.write("apps/property.sc", "::App::Header::{ title = 1 }");
     const run_result result = run("check " + apps);
     EXPECT_NE(result.out.find("[endless-comment]"), std::string::npos) << result.out;
     EXPECT_NE(result.out.find("[endless-property]"), std::string::npos) << result.out;
+    folder.write("apps/comment.sc", "// morvantic-check-off: endless-comment\n/* open");
+    EXPECT_EQ(run("check --off endless-comment " + apps + "/comment.sc").status, 1);
 }
 
 TEST_F(Author, SeesWhatChangedAndWhoStandsInTheShadow) {
@@ -117,6 +133,8 @@ TEST_F(Author, SeesWhatChangedAndWhoStandsInTheShadow) {
     EXPECT_NE(coverage.out.find("in its shadow: zz.sc\n"), std::string::npos) << coverage.out;
     EXPECT_NE(coverage.out.find("not served: com.example.maps on iOS\n"), std::string::npos);
 
+    folder.write("apps/com.example.mail.sc", "// More words.\n" + support::read_file(script()));
+    EXPECT_EQ(run("test " + apps).err.find("com.example.mail.sc differs"), std::string::npos);
     folder.write("apps/com.example.mail.sc", "::App::Header::{}\n");
     const run_result test = run("test " + apps);
     EXPECT_EQ(test.status, 1);

@@ -97,9 +97,10 @@ action define(CLI::App& command) {
     command.add_flag("--strict", options->strict, "Exit status 1 on warnings too.");
     auto* json = command.add_flag("--json", options->json, "Print as JSON.");
     command.add_flag("--sarif", options->sarif, "Print as SARIF 2.1.0.")->excludes(json);
-    command.add_flag("--codes", options->codes, "List all codes.");
+    auto* codes = command.add_flag("--codes", options->codes, "List all codes.");
     command
         .add_option("--explain", options->explained, "Tell cause, remedy and an example of one.")
+        ->excludes(codes)
         ->type_name("CODE");
     add_notes(command,
               "Looks at the text for what the engine chokes on or passes over in silence, and has\n"

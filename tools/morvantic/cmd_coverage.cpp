@@ -5,11 +5,13 @@
 
 #include "core/text.h"
 
-#include <algorithm>
+#include <compare>
+#include <iomanip>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
+#include <strings.h>
 
 namespace tool {
 
@@ -36,31 +38,48 @@ struct coverage_report {
 struct listed_app {
     std::string app;
     std::string platform;
+
+    auto operator<=>(const listed_app&) const = default;
 };
 
-/// A line each: an app, then a platform if it matters. "#" begins a comment.
-std::vector<listed_app> read_list(const std::string& path) {
-    const input_file file(path);
-    const core::input_stream_ptr stream = file.open();
-    std::istringstream lines(stream->read_string(stream->size()));
-    const std::vector<std::string> known = platform_words();
-    std::vector<listed_app> apps;
+/// The platform whose name this is in whatever case, as it is spelled in scripts.
+std::string platform_named(const std::string& word, const std::string& path) {
+    for (const std::string& known : platform_words()) {
+        if (strcasecmp(known.c_str(), word.c_str()) == 0) return known;
+    }
+    fail_input(path + ": There is no platform " + word + '.');
+}
+
+/// A line each: an app, in double quotes if need be, then a platform if it matters. "#" begins a
+/// comment.
+std::set<listed_app> read_list(const std::string& path) {
+    std::istringstream lines(input_file(path).text());
+    std::set<listed_app> apps;
     for (std::string line; std::getline(lines, line);) {
-        std::istringstream words(line.substr(0, line.find('#')));
+        std::istringstream words(line);
         listed_app listed;
-        if (!(words >> listed.app)) continue;
-        words >> listed.platform;
-        if (!listed.platform.empty() &&
-            std::find(known.begin(), known.end(), listed.platform) == known.end()) {
-            fail_input(path + ": There is no platform " + listed.platform + '.');
+        if (!(words >> std::quoted(listed.app)) || listed.app.starts_with('#')) continue;
+        std::string word;
+        if (words >> word && !word.starts_with('#')) {
+            listed.platform = platform_named(word, path);
+            if (words >> word && !word.starts_with('#')) {
+                fail_input(path + ": There is more than an app and a platform in the line \"" +
+                           line + "\".");
+            }
         }
-        apps.push_back(std::move(listed));
+        apps.insert(std::move(listed));
     }
     return apps;
 }
 
-/// The apps of a script and their platforms, as a child hands them over.
+/// The apps of a script and their platforms, as a child hands them over; null if the Header section
+/// cannot be read.
 std::string answers_of(const script_report& report) {
+    const bool has_header =
+        !report.sections.empty() && report.sections.front().head == section_head{"App", "Header"};
+    const bool is_lost =
+        has_header ? !report.sections.front().is_delivered : !report.messages.empty();
+    if (is_lost) return "null";
     nlohmann::json answers = nlohmann::json::array();
     for (const section_report& section : report.sections) {
         for (const app_answer& answer : section.apps) {
@@ -74,16 +93,19 @@ std::string answers_of(const script_report& report) {
 void add_script(const group_script& script, coverage_report& coverage) {
     const child_report report =
         report_in_child(core::decode_path(script.name), script.text, {}, answers_of);
-    if (!report.fault.empty()) {
-        error_message(script.shown + ": " + report.fault);
+    const nlohmann::json answers =
+        report.fault.empty() ? nlohmann::json::parse(report.written) : nlohmann::json();
+    if (answers.is_null()) {
+        error_message(script.shown + ": " +
+                      (report.fault.empty() ? "Its Header section cannot be read." : report.fault));
         coverage.has_faults = true;
         return;
     }
-    for (const nlohmann::json& answer : nlohmann::json::parse(report.written))
+    for (const nlohmann::json& answer : answers)
         coverage.apps[answer[0]][answer[1]].push_back(script.name);
 }
 
-void compare(const std::vector<listed_app>& list, coverage_report& coverage) {
+void compare(const std::set<listed_app>& list, coverage_report& coverage) {
     for (const listed_app& listed : list) {
         const auto app = coverage.apps.find(listed.app);
         const bool is_served = app != coverage.apps.end() &&
@@ -124,8 +146,8 @@ void write_as_json(const coverage_report& coverage) {
 }
 
 exit_status run_coverage(const coverage_options& options) {
-    const std::vector<listed_app> list =
-        options.apps.empty() ? std::vector<listed_app>{} : read_list(options.apps);
+    const std::set<listed_app> list =
+        options.apps.empty() ? std::set<listed_app>{} : read_list(options.apps);
     const script_group group = open_scripts(options.input, options.key);
     install(group);
     coverage_report coverage;

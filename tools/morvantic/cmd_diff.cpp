@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <set>
 
 namespace tool {
@@ -24,7 +25,7 @@ struct diff_options {
 
 /// What a package holds, to be compared.
 struct package_content {
-    std::map<std::string, std::string> fields; // of the header
+    std::map<std::string, header_field> fields;
     std::vector<std::string> field_order;
     std::map<std::string, std::vector<std::uint8_t>> files; // digests by names
     std::map<std::string, file_kind> kinds;
@@ -44,7 +45,7 @@ package_content content_of(const std::string& package_path, const std::string& k
     package_content content;
     for (const header_field& field : describe(*header, package)) {
         if (!is_compared(field.name)) continue;
-        content.fields.emplace(field.name, field.text);
+        content.fields.emplace(field.name, field);
         content.field_order.emplace_back(field.name);
     }
     for (const member& entry : view.members()) {
@@ -61,8 +62,8 @@ package_content content_of(const std::string& package_path, const std::string& k
 
 struct field_change {
     std::string name;
-    std::string before;
-    std::string after;
+    std::optional<header_field> before; // not every package has each
+    header_field after;
 };
 
 struct file_change {
@@ -80,9 +81,11 @@ differences compare(const package_content& before, const package_content& after)
     differences found;
     for (const std::string& name : after.field_order) {
         const auto old_field = before.fields.find(name);
-        const std::string old_text = old_field == before.fields.end() ? "" : old_field->second;
-        if (old_text != after.fields.at(name)) {
-            found.fields.push_back({name, old_text, after.fields.at(name)});
+        const header_field& new_field = after.fields.at(name);
+        if (old_field == before.fields.end()) {
+            found.fields.push_back({name, {}, new_field});
+        } else if (old_field->second.value != new_field.value) {
+            found.fields.push_back({name, old_field->second, new_field});
         }
     }
     std::set<std::string> names;
@@ -109,7 +112,8 @@ differences compare(const package_content& before, const package_content& after)
 void write_text(const differences& found) {
     std::string text;
     for (const field_change& field : found.fields)
-        text += field.name + ": " + field.before + " -> " + field.after + '\n';
+        text += field.name + ": " + (field.before ? field.before->text : "") + " -> " +
+                field.after.text + '\n';
     for (const file_change& file : found.files) {
         text += file.how + std::string(9 - std::string_view(file.how).size(), ' ') +
                 kind_words[file.kind] + ' ' + printable(file.name) + '\n';
@@ -119,8 +123,12 @@ void write_text(const differences& found) {
 
 void write_as_json(const differences& found) {
     nlohmann::ordered_json fields = nlohmann::ordered_json::array();
-    for (const field_change& field : found.fields)
-        fields.push_back({{"field", field.name}, {"old", field.before}, {"new", field.after}});
+    for (const field_change& field : found.fields) {
+        nlohmann::ordered_json row = {{"field", field.name}, {"old", nullptr}};
+        if (field.before) row["old"] = field.before->value;
+        row["new"] = field.after.value;
+        fields.push_back(std::move(row));
+    }
     nlohmann::ordered_json files = nlohmann::ordered_json::array();
     for (const file_change& file : found.files) {
         files.push_back(
@@ -154,6 +162,7 @@ action define(CLI::App& command) {
     add_notes(command,
               "Verifies both packages and lists the fields of the header that differ, and the\n"
               "scripts and other files that were added, removed or changed.\n\n"
+              "Exit status 0, whether they differ or not.\n\n"
               "Example:\n"
               "  morvantic diff apps-1.pkg apps-2.pkg --key public.pem");
     return with_options(std::move(options), diff);

@@ -4,9 +4,6 @@
 #include "script_format.h"
 #include "temporary_file.h"
 
-#include <filesystem>
-#include <system_error>
-
 namespace tool {
 
 namespace {
@@ -16,23 +13,11 @@ struct format_options {
     bool check = false;
 };
 
-void replace(const std::string& path, const std::string& text) {
-    try {
-        const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-        temporary_file file(folder.empty() ? "." : folder.string());
-        write_all(file.number(), {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-        file.publish(path, true);
-    } catch (const std::system_error& error) {
-        fail_call(path + " cannot be written: " + error.code().message() + ".");
-    }
-}
-
 exit_status format(const format_options& options) {
     bool differs = false;
     for (const std::string& path : options.files) {
         const input_file file(path);
-        const core::input_stream_ptr stream = file.open();
-        const std::string text = stream->read_string(stream->size());
+        const std::string text = file.text();
         const std::string result = formatted(text, file.name());
         if (options.check) {
             if (result == text) continue;
@@ -41,7 +26,7 @@ exit_status format(const format_options& options) {
         } else if (path == "-") {
             write_output(result);
         } else if (result != text) {
-            replace(path, result);
+            replace_text(path, result);
             write_output(output_name(path) + '\n');
         }
     }

@@ -98,6 +98,7 @@ exit_status write_apps(const input_file& package, const info_result& result) {
 }
 
 exit_status info(const info_options& options) {
+    if (options.apps && options.json) fail_call("--apps prints a list, not JSON.");
     const input_file package(options.package);
     const info_result result = gather(package);
     if (options.apps) return write_apps(package, result);

@@ -14,7 +14,7 @@
 #include <charconv>
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
+#include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
@@ -126,16 +126,40 @@ package_fields fields_of(const pack_options& options) {
 }
 
 /// Only a regular file is ever replaced, and that only on request.
+void check_target(const std::string& path, bool may_replace) {
+    file_status status{};
+    if (lstat(path.c_str(), &status) != 0) return;
+    if (!S_ISREG(status.st_mode)) fail_call(path + " is there and is not a file.");
+    if (!may_replace) fail_call(path + " is there already. --force replaces it.");
+}
+
+bool is_same_file(const std::string& one, const std::string& other) {
+    std::error_code error; // of files that are not there
+    return std::filesystem::weakly_canonical(one, error) ==
+           std::filesystem::weakly_canonical(other, error);
+}
+
+void check_app_list(const pack_options& options) {
+    if (options.app_list.empty()) return;
+    if (options.app_list == "-") {
+        fail_call("The list of apps needs a file. \"morvantic info --apps\" prints it.");
+    }
+    for (const std::string& other : {options.key, options.output}) {
+        if (is_same_file(options.app_list, other)) {
+            fail_call(options.app_list + " cannot be the list of apps as well.");
+        }
+    }
+    check_target(options.app_list, options.force);
+}
+
 void check_output(const pack_options& options) {
+    check_app_list(options);
     if (options.to_standard_output()) {
         if (options.json) fail_call("--json and a package cannot both go to standard output.");
         if (isatty(STDOUT_FILENO) == 1) fail_call("A package is not written to a terminal.");
         return;
     }
-    file_status status{};
-    if (lstat(options.output.c_str(), &status) != 0) return;
-    if (!S_ISREG(status.st_mode)) fail_call(options.output + " is there and is not a file.");
-    if (!options.force) fail_call(options.output + " is there already. --force replaces it.");
+    check_target(options.output, options.force);
 }
 
 source_folder list_sources(const pack_options& options) {
@@ -187,13 +211,11 @@ void refuse_errors(const script_group& group) {
                ". Mend them, or pack them as they are with --no-check.");
 }
 
-void write_app_list(const std::string& path, const script_group& group) {
+std::string apps_in(const script_group& group) {
     app_set apps;
     for (const group_script& script : group.scripts)
         apps.merge(apps_of(script.text));
-    std::ofstream file(path, std::ios::binary);
-    file << app_list(apps);
-    if (!file.flush()) fail_call(path + " cannot be written.");
+    return app_list(apps);
 }
 
 std::string folder_of_output(const pack_options& options) {
@@ -255,7 +277,7 @@ exit_status pack(const pack_options& options) {
     } catch (const std::system_error& error) {
         fail_call(options.output + " cannot be written: " + error.code().message() + ".");
     }
-    if (!options.app_list.empty()) write_app_list(options.app_list, scripts);
+    if (!options.app_list.empty()) replace_text(options.app_list, apps_in(scripts));
     write_summary(options, fields, key.get(), packed);
     return status_ok;
 }

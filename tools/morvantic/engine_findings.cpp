@@ -90,7 +90,7 @@ public:
         const auto place =
             std::find_if(m_outline.places.begin(), m_outline.places.end(),
                          [&](const section_place& row) { return row.head == section.head; });
-        if (place == m_outline.places.end()) return; // a look at the text tells that it is missing
+        if (place == m_outline.places.end()) return read_missing(section);
         auto places = m_places.find(place->body);
         if (places == m_places.end()) {
             places = m_places.emplace(place->body, logged_places(m_text, place->body)).first;
@@ -105,6 +105,14 @@ public:
     std::vector<finding> take() { return std::move(m_found); }
 
 private:
+    /// Of a section that is not there the engine names a place, but none that is about it.
+    void read_missing(const section_report& section) {
+        const logged_places nowhere{std::string_view()};
+        for (const report_entry& entry : section.entries) {
+            if (const auto* said = std::get_if<log_message>(&entry)) add(*said, nowhere, 0);
+        }
+    }
+
     void add(const log_message& said, const logged_places& places, std::size_t otherwise) {
         finding found;
         found.is_logged = true;
@@ -125,14 +133,53 @@ private:
         if (m_known.emplace(found.begin, found.message).second) m_found.push_back(std::move(found));
     }
 
-    /// A name is complained of once the engine has seen what follows it.
+    std::string_view spelled(const logged_places::range& token) const {
+        return m_text.substr(token.begin, token.end - token.begin);
+    }
+
+    /// What a message is about. The engine names the token that it has seen last, which for a name
+    /// may be one behind it, and for a block its closing brace.
     logged_places::range meant(const parser_message& message, const logged_places& places) const {
-        const auto [token, before] = places.find(message.place);
-        const auto is_quoted = [&](const logged_places::range& range) {
-            const std::string_view word = m_text.substr(range.begin, range.end - range.begin);
-            return message.text.find('"' + std::string(word) + '"') != std::string::npos;
-        };
-        return is_quoted(before) && !is_quoted(token) ? before : token;
+        const std::size_t last = places.find(message.place);
+        const std::string_view text = message.text;
+        if (text.starts_with("Expected")) return places[last];
+        if (text.starts_with("Index number")) return index_with(message, places, last);
+        const bool is_about_block = text.ends_with("is missing") || text.ends_with("not set") ||
+                                    text.ends_with("supported");
+        if (is_about_block || text.ends_with("needs to be closed")) {
+            return block_around(places, last, is_about_block);
+        }
+        for (std::size_t at = last;; --at) {
+            const std::string_view word = spelled(places[at]);
+            if (text.find('"' + std::string(word) + '"') != std::string_view::npos) {
+                return places[at];
+            }
+            const bool ends_statement = word == ";" || word == "{" || word == "}";
+            if (at == 0 || (at != last && ends_statement)) return places[last];
+        }
+    }
+
+    /// The head of the block that is open there, or its brace.
+    logged_places::range block_around(const logged_places& places, std::size_t last,
+                                      bool wants_head) const {
+        std::size_t closed = 0;
+        for (std::size_t at = last; at-- > 0;) {
+            const std::string_view word = spelled(places[at]);
+            if (word == "}") ++closed;
+            if (word == "{" && closed-- == 0) return places[wants_head && at != 0 ? at - 1 : at];
+        }
+        return places[last];
+    }
+
+    logged_places::range index_with(const parser_message& message, const logged_places& places,
+                                    std::size_t last) const {
+        const std::string number = message.text.substr(message.text.rfind(' ') + 1);
+        for (std::size_t at = last; at-- > 2;) {
+            const bool is_index =
+                spelled(places[at]) == number && spelled(places[at - 2]) == "index";
+            if (is_index) return places[at];
+        }
+        return places[last];
     }
 
     std::string_view m_text;
@@ -213,16 +260,14 @@ void logged_places::note_tokens(std::string_view text, std::size_t begin) {
     }
 }
 
-std::pair<logged_places::range, logged_places::range>
-logged_places::find(logged_place place) const {
+std::size_t logged_places::find(logged_place place) const {
     const auto found = std::lower_bound(m_rows.begin(), m_rows.end(), place,
                                         [](const row& left, const logged_place& right) {
                                             return std::tie(left.place.line, left.place.column) <
                                                    std::tie(right.line, right.column);
                                         });
     const bool is_there = found != m_rows.end() && found->place == place;
-    const auto at = is_there ? found : std::prev(m_rows.end());
-    return {at->token, at == m_rows.begin() ? at->token : std::prev(at)->token};
+    return is_there ? static_cast<std::size_t>(found - m_rows.begin()) : m_rows.size() - 1;
 }
 
 // Sections are read as hosts read them: the first time all, as far as they are not listed; then

@@ -4,7 +4,6 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace tool {
@@ -23,8 +22,10 @@ public:
         std::size_t end;
     };
 
-    /// The token that the log means, and the one before it; the last ones if it means none.
-    std::pair<range, range> find(logged_place place) const;
+    /// The number of the token that the log names; of the last one if it names none.
+    std::size_t find(logged_place place) const;
+
+    const range& operator[](std::size_t number) const { return m_rows[number].token; }
 
 private:
     struct row {

@@ -3,6 +3,7 @@
 #include "output.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 
@@ -12,7 +13,7 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-constexpr std::size_t longest_shown = 300; // bytes of a source line; longer ones are left out
+constexpr std::size_t shown_on_each_side = 80; // bytes of a source line around a finding
 
 struct text_place {
     std::size_t line;
@@ -27,23 +28,56 @@ public:
             m_lines.push_back(at);
     }
 
-    text_place of(std::size_t offset) const {
+    /// A line is counted through once for findings in the order of the text.
+    text_place of(std::size_t offset) {
         const std::size_t begin = line_begin(offset);
+        if (m_counted < begin || m_counted > offset) {
+            m_counted = begin;
+            m_column = 1;
+        }
+        m_column += characters(m_text.substr(m_counted, offset - m_counted));
+        m_counted = offset;
         const auto line = std::lower_bound(m_lines.begin(), m_lines.end(), begin) - m_lines.begin();
-        return {static_cast<std::size_t>(line) + 1,
-                characters(m_text.substr(begin, offset - begin)) + 1};
+        return {static_cast<std::size_t>(line) + 1, m_column};
+    }
+
+    /// What of its line is shown beside an offset, and what is not.
+    struct surroundings {
+        std::string_view before;
+        std::string_view behind;
+        bool is_cut_before;
+        bool is_cut_behind;
+    };
+
+    surroundings around(std::size_t offset) const {
+        const std::size_t begin = line_begin(offset);
+        std::string_view before = m_text.substr(begin, offset - begin);
+        std::string_view behind = m_text.substr(offset);
+        behind = behind.substr(0, behind.find('\n'));
+        if (behind.ends_with('\r')) behind.remove_suffix(1);
+        surroundings shown{before, behind, false, false};
+        shown.is_cut_before = before.size() > shown_on_each_side;
+        shown.is_cut_behind = behind.size() > shown_on_each_side;
+        if (shown.is_cut_before) shown.before = before.substr(before.size() - shown_on_each_side);
+        if (shown.is_cut_behind) shown.behind = behind.substr(0, shown_on_each_side);
+        while (shown.is_cut_before && goes_on(shown.before))
+            shown.before.remove_prefix(1);
+        while (shown.is_cut_behind && goes_on(behind.substr(shown.behind.size()))) {
+            shown.behind = behind.substr(0, shown.behind.size() + 1);
+        }
+        return shown;
+    }
+
+private:
+    /// Whether a text begins in the middle of a character.
+    static bool goes_on(std::string_view text) {
+        return !text.empty() && (text.front() & 0xC0) == 0x80;
     }
 
     std::size_t line_begin(std::size_t offset) const {
         return *std::prev(std::upper_bound(m_lines.begin(), m_lines.end(), offset));
     }
 
-    std::string_view line_at(std::size_t offset) const {
-        const std::string_view rest = m_text.substr(line_begin(offset));
-        return rest.substr(0, rest.find_first_of("\r\n"));
-    }
-
-private:
     std::size_t next_line(std::size_t at) const {
         const std::size_t end = m_text.find('\n', at);
         return end == std::string_view::npos ? end : end + 1;
@@ -51,6 +85,8 @@ private:
 
     std::string_view m_text;
     std::vector<std::size_t> m_lines; // where they begin
+    std::size_t m_counted = 0;        // the offset asked for last
+    std::size_t m_column = 1;         // there
 };
 
 std::string for_eyes(std::string_view source) {
@@ -59,13 +95,13 @@ std::string for_eyes(std::string_view source) {
     return printable(text);
 }
 
-/// The line of a finding with a mark below its place.
+/// The line of a finding, as far as it is of use, with a mark below its place.
 std::string source_of(const text_places& places, const finding& found) {
-    const std::string_view line = places.line_at(found.begin);
-    if (line.empty() || line.size() > longest_shown) return "";
-    const std::size_t before = std::min(found.begin - places.line_begin(found.begin), line.size());
-    return "    " + for_eyes(line) + "\n    " +
-           std::string(characters(for_eyes(line.substr(0, before))), ' ') + "^\n";
+    const text_places::surroundings line = places.around(found.begin);
+    if (line.before.empty() && line.behind.empty()) return "";
+    const std::string before = (line.is_cut_before ? "..." : "") + for_eyes(line.before);
+    return "    " + before + for_eyes(line.behind) + (line.is_cut_behind ? "..." : "") + "\n    " +
+           std::string(characters(before), ' ') + "^\n";
 }
 
 bool differs(const finding& found, const text_place& place) {
@@ -73,7 +109,7 @@ bool differs(const finding& found, const text_place& place) {
            (found.logged.line != place.line || found.logged.column != place.column);
 }
 
-json json_of(const finding& found, const text_places& places) {
+json json_of(const finding& found, text_places& places) {
     const text_place begin = places.of(found.begin);
     const text_place end = places.of(found.end);
     json row = {{"line", begin.line},
@@ -94,12 +130,13 @@ std::string dumped(const json& value) {
     return value.dump(2, ' ', false, json::error_handler_t::replace) + '\n';
 }
 
-/// A path as a relative reference.
+/// A path as a reference, relative if the path is.
 std::string uri_of(const std::string& path) {
     constexpr std::string_view plain =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
-    std::string uri;
-    for (const char byte : path) {
+    const std::string normal = std::filesystem::path(path).lexically_normal().string();
+    std::string uri = normal.starts_with('/') ? "file://" : "";
+    for (const char byte : normal) {
         if (plain.find(byte) != std::string_view::npos) {
             uri += byte;
             continue;
@@ -118,7 +155,7 @@ json sarif_rule(const finding_kind& kind) {
             {"defaultConfiguration", {{"level", severity_words[kind.severity]}}}};
 }
 
-json sarif_result(const script_findings& of, const finding& found, const text_places& places,
+json sarif_result(const script_findings& of, const finding& found, text_places& places,
                   std::size_t rule) {
     const text_place begin = places.of(found.begin);
     const text_place end = places.of(found.end);
@@ -154,7 +191,7 @@ finding_counts count(const std::vector<script_findings>& all) {
 }
 
 std::string text_of(const script_findings& of) {
-    const text_places places(of.text);
+    text_places places(of.text);
     std::string text;
     for (const finding& found : of.findings) {
         const text_place place = places.of(found.begin);
@@ -183,7 +220,7 @@ std::string summary_of(const std::vector<script_findings>& all) {
 std::string json_of(const std::vector<script_findings>& all) {
     json scripts = json::array();
     for (const script_findings& of : all) {
-        const text_places places(of.text);
+        text_places places(of.text);
         json rows = json::array();
         for (const finding& found : of.findings)
             rows.push_back(json_of(found, places));
@@ -207,7 +244,7 @@ std::string sarif_of(const std::vector<script_findings>& all) {
     }
     json results = json::array();
     for (const script_findings& of : all) {
-        const text_places places(of.text);
+        text_places places(of.text);
         for (const finding& found : of.findings)
             results.push_back(sarif_result(of, found, places, rule_places.at(found.kind->code)));
     }

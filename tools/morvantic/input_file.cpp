@@ -70,6 +70,11 @@ core::input_stream_ptr input_file::open() const {
     return std::make_unique<core::CWApiFileInputStream>(wide_path());
 }
 
+std::string input_file::text() const {
+    const core::input_stream_ptr stream = open();
+    return stream->read_string(stream->size());
+}
+
 package_and_key::package_and_key(const std::string& package_argument,
                                  const std::string& key_argument)
     : package(checked_package(package_argument, key_argument)), key(key_argument) {}

@@ -44,6 +44,9 @@ public:
     /// A stream from the file's beginning.
     core::input_stream_ptr open() const;
 
+    /// The whole content.
+    std::string text() const;
+
 private:
     std::string m_name;
     std::string m_path;

@@ -82,13 +82,22 @@ private:
     // Comments
 
     void put_comment(const script_token& token) {
-        if (line_ends_before() != 0) {
+        if (line_ends_before() != 0 || (m_ends_line && stands_in_front())) {
             begin_line();
         } else if (!is_first()) {
             m_out += token.kind == token_line_comment ? "  " : m_out.ends_with('(') ? "" : " ";
         }
         m_out += trimmed(spelling(m_text, token));
         if (token.kind == token_line_comment) m_ends_line = true;
+    }
+
+    /// Whether what the comment is in front of goes on in its line.
+    bool stands_in_front() const {
+        if (m_at + 1 == m_tokens.size()) return false;
+        const std::size_t end = m_tokens[m_at].end;
+        const std::string_view gap = m_text.substr(end, m_tokens[m_at + 1].begin - end);
+        return m_tokens[m_at].kind == token_block_comment &&
+               gap.find('\n') == std::string_view::npos;
     }
 
     // Tokens
@@ -183,7 +192,7 @@ private:
             if (at != m_at && has_blank(m_tokens[at - 1].kind, token.kind, true)) ++width;
             const std::size_t line_end = spelled.find('\n');
             width += characters(spelled.substr(0, line_end));
-            if (line_end != std::string_view::npos) break;
+            if (line_end != std::string_view::npos || width > line_width) break;
             if (is_one_of(token.kind, "({")) ++open;
             if (is_one_of(token.kind, ")}") && open != 0) --open;
             const bool ends = is_one_of(token.kind, ",") && (!in_full || open == 0);
@@ -237,6 +246,45 @@ bool has_same_tokens(std::string_view left, std::string_view right) {
                       });
 }
 
+[[noreturn]] void refuse(const std::string& shown, const std::string& reason) {
+    fail_input(shown + " cannot be formatted: " + reason + " \"morvantic check\" shows where.");
+}
+
+bool is_value(const script_token& token) {
+    return token.kind == token_word || token.kind == token_string || token.kind == token_number ||
+           token.kind == token_bool;
+}
+
+/// Where the statements end is known only if brackets match and no mark is missing at a line's end.
+void refuse_what_runs_together(std::string_view text, const std::string& shown) {
+    std::vector<std::int32_t> open;
+    bool has_angle = false;
+    script_token before;
+    for (const script_token& token : all_tokens(text)) {
+        if (token.is_comment()) continue;
+        const bool is_in_call = !open.empty() && open.back() == '(';
+        if (token.kind == '(' || token.kind == '{') open.push_back(token.kind);
+        if (token.kind == '<' || token.kind == '>') has_angle = token.kind == '<';
+        if (token.kind == ';' && is_in_call) refuse(shown, "A parenthesis is not closed.");
+        if (token.kind == ')' || token.kind == '}') {
+            if (open.empty() || (token.kind == ')') != is_in_call) {
+                refuse(shown, "Braces and parentheses do not match.");
+            }
+            open.pop_back();
+        }
+        const bool is_keyword = before.kind == token_word && (spelling(text, before) == "const" ||
+                                                              spelling(text, before) == "func");
+        const bool is_behind_value = (is_value(before) && !is_keyword) || before.kind == ')';
+        const bool is_new_line =
+            text.substr(before.end, token.begin - before.end).find('\n') != std::string_view::npos;
+        if (is_behind_value && is_value(token) && is_new_line && !has_angle) {
+            refuse(shown, "A semicolon or comma is missing.");
+        }
+        before = token;
+    }
+    if (!open.empty()) refuse(shown, "A brace or parenthesis is not closed.");
+}
+
 void refuse_what_is_hidden(std::string_view text, const std::string& shown) {
     constexpr std::array<std::string_view, 5> codes = {"byte-order-mark", "endless-comment",
                                                        "end-byte", "stray-byte", "lone-slash"};
@@ -250,15 +298,14 @@ void refuse_what_is_hidden(std::string_view text, const std::string& shown) {
         last = reader.next();
     } while (last.kind != token_end);
     if (of.findings.empty() && last.begin == text.size()) return;
-    const std::string reason =
-        of.findings.empty() ? "A string has no end." : of.findings.front().message;
-    fail_input(shown + " cannot be formatted: " + reason + " \"morvantic check\" shows where.");
+    refuse(shown, of.findings.empty() ? "A string has no end." : of.findings.front().message);
 }
 
 } // namespace
 
 std::string formatted(std::string_view text, const std::string& shown) {
     refuse_what_is_hidden(text, shown);
+    refuse_what_runs_together(text, shown);
     std::string result = layout(text).take();
     if (!has_same_tokens(text, result)) {
         fail_input(shown + " cannot be formatted: its tokens would change. Please report this.");

@@ -12,7 +12,8 @@ namespace tool {
 ///
 /// Throws failure, the input's, with `shown` in front, for a text whose tokens depend on more than
 /// what can be seen: an open comment or string, a slash alone, and bytes from 0x80 on outside
-/// strings and comments.
+/// strings and comments; and for one whose statements run together: brackets that do not match, a
+/// semicolon that is missing at the end of a line.
 std::string formatted(std::string_view text, const std::string& shown);
 
 } // namespace tool

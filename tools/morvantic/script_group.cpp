@@ -38,10 +38,9 @@ script_group open_package(const std::string& path, const std::string& key_path) 
 
 script_group open_file(const std::string& path) {
     const input_file file(path);
-    const core::input_stream_ptr stream = file.open();
     const std::string name =
         path == "-" ? "script.sc" : std::filesystem::path(path).filename().string();
-    return {file.name(), {{file.name(), name, stream->read_string(stream->size())}}, {}};
+    return {file.name(), {{file.name(), name, file.text()}}, {}};
 }
 
 } // namespace
@@ -70,7 +69,10 @@ script_group group_of(const std::string& folder, const source_folder& sources) {
 
 script_group open_scripts(const std::string& argument, const std::string& key) {
     file_status status{};
-    const bool is_folder = stat(argument.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    if (argument != "-" && stat(argument.c_str(), &status) != 0) {
+        fail_call(argument + " cannot be read: " + error_text(errno) + ".");
+    }
+    const bool is_folder = S_ISDIR(status.st_mode);
     const bool is_script = argument == "-" || argument.ends_with(script_ending);
     script_group group = is_folder   ? group_of(argument, list_source_folder(argument, false, {}))
                          : is_script ? open_file(argument)

@@ -1,14 +1,17 @@
 #include "script_look.h"
 
 #include "outline.h"
+#include "script_report.h"
 #include "script_tokens.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iomanip>
 #include <map>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <utility>
 
 namespace tool {
@@ -55,7 +58,8 @@ struct token_list {
     std::vector<script_token> comments;
 };
 
-/// Hands over the place of each code behind "morvantic-check-off:" in comments.
+/// Hands over the place of each code behind "morvantic-check-off:" in comments: codes with commas
+/// between them, and then whatever an author has to say.
 template <class Work>
 void each_code_off(const token_list& list, Work&& work) {
     constexpr std::string_view switch_off = "morvantic-check-off:";
@@ -64,12 +68,13 @@ void each_code_off(const token_list& list, Work&& work) {
         const std::string_view words = list.text.substr(0, comment.end);
         std::size_t at = words.find(switch_off, comment.begin);
         if (at == std::string_view::npos) continue;
-        for (at += switch_off.size(); at < words.size();) {
-            const std::size_t begin = words.find_first_of(code_bytes, at);
+        at += switch_off.size() - 1;
+        do {
+            const std::size_t begin = words.find_first_not_of(" \t", at + 1);
             if (begin == std::string_view::npos) break;
             at = std::min(words.find_first_not_of(code_bytes, begin), words.size());
-            work(begin, at);
-        }
+            if (at != begin) work(begin, at);
+        } while (at < words.size() && words[at] == ',');
     }
 }
 
@@ -85,6 +90,7 @@ struct package_record {
     std::vector<index> platforms; // the words behind the dots
     std::vector<index> namespaces;
     index version = none; // the property that was set last
+    bool has_extra_fs = false;
 };
 
 using words = std::initializer_list<std::string_view>;
@@ -147,16 +153,13 @@ private:
             const std::string_view code = m_list.text.substr(begin, end - begin);
             if (kind_of_code(code) == nullptr) add("code-unknown", begin, end, code);
         });
-        for (const script_token& token : m_list.tokens) {
+        for (index at = 0; at != m_list.tokens.size(); ++at) {
+            const script_token& token = m_list[at];
             if (token.kind == '/') add("lone-slash", token.begin, token.end);
-            if (token.kind >= 0 || is_ascii(token.begin)) continue;
-            if (token.kind == token_end) {
+            if (token.kind == token_end && !is_ascii(token.begin)) {
                 add("end-byte", token.begin, token.begin + 1);
-            } else if (token.begin >= 3 || !m_list.text.starts_with("\xEF\xBB\xBF")) {
-                std::array<char, 8> byte{};
-                std::snprintf(byte.data(), byte.size(), "0x%02X", token.kind + 0x100);
-                add("stray-byte", token.begin, token.end, byte.data());
             }
+            if (is_stray(token)) at = look_at_stray(at);
         }
         // In a line comment or a string it is the same byte.
         const script_token& last = m_list.tokens.back();
@@ -164,6 +167,28 @@ private:
             const std::size_t byte = m_list.text.find('\xFF', last.begin);
             if (byte != std::string_view::npos) add("end-byte", byte, byte + 1);
         }
+    }
+
+    bool is_stray(const script_token& token) const {
+        return token.kind < 0 && token.kind != token_end && !is_ascii(token.begin);
+    }
+
+    /// Bytes side by side, such as those of one character, are one mistake. Gives the last of them.
+    index look_at_stray(index at) {
+        const std::size_t begin = m_list[at].begin;
+        std::string bytes;
+        for (;; ++at) {
+            const std::size_t most = 4;
+            std::array<char, 8> byte{};
+            std::snprintf(byte.data(), byte.size(), "0x%02X", m_list[at].kind + 0x100);
+            if (m_list[at].end - begin <= most)
+                bytes += (bytes.empty() ? "" : " ") + std::string(byte.data());
+            const script_token& next = m_list[at + 1];
+            if (!is_stray(next) || next.begin != m_list[at].end) break;
+        }
+        const bool is_mark = begin == 0 && m_list.text.starts_with("\xEF\xBB\xBF");
+        if (!is_mark) add("stray-byte", begin, m_list[at].end, bytes);
+        return at;
     }
 
     bool is_ascii(std::size_t at) const {
@@ -179,7 +204,7 @@ private:
             const std::size_t end = place.body - 1;
             if (!known.insert(head).second) {
                 add("section-repeated", place.begin, end,
-                    "::" + head.where + "::" + head.name + ":: ");
+                    "::" + head.where + "::" + head.name + "::");
                 continue;
             }
             const bool is_header = head == section_head{"App", "Header"};
@@ -193,11 +218,10 @@ private:
         m_is_whole = outline.places.empty()
                          ? m_list.end() == 0
                          : m_list.at_offset(outline.places.back().end) + 1 == m_list.end();
-        if (!m_is_whole || outline.places.empty()) return; // the engine tells what is wrong
-        if (!known.contains({"App", "Header"})) {
-            const section_place& first = outline.places.front();
-            add("header-missing", first.begin, first.body - 1);
-        }
+        if (!m_is_whole || known.contains({"App", "Header"})) return; // or the engine tells
+        if (outline.places.empty()) return add("header-missing", 0, 0);
+        const section_place& first = outline.places.front();
+        add("header-missing", first.begin, first.body - 1);
     }
 
     // Header and Include
@@ -206,14 +230,19 @@ private:
     index behind_unknown(index at, index block_end) {
         const bool is_property =
             m_list.spelled(at).front() >= 'a' && m_list.spelled(at).front() <= 'z';
-        if (!is_property) return m_list.is(at + 1, '{') ? behind_braces(at + 2) : block_end;
-        if (!m_list.is(at + 1, '=')) return block_end;
+        if (!m_list.is(at + 1, is_property ? '=' : '{')) {
+            m_is_cut = true;
+            return block_end;
+        }
+        if (!is_property) return behind_braces(at + 2);
         index semicolon = at + 2;
-        while (semicolon < m_list.end() && !m_list.is(semicolon, ';'))
-            ++semicolon;
+        bool swallows = false; // more than values
+        for (; semicolon < m_list.end() && !m_list.is(semicolon, ';'); ++semicolon)
+            swallows |=
+                m_list.is(semicolon, '=') || m_list.is(semicolon, '{') || m_list.is(semicolon, '}');
         if (semicolon >= m_list.end()) {
             add_at("endless-property", at, m_list.spelled(at));
-        } else if (semicolon > block_end) {
+        } else if (swallows) {
             add_at("swallowing-property", at, m_list.spelled(at));
         }
         return std::min(semicolon + 1, block_end);
@@ -271,7 +300,10 @@ private:
     }
 
     index read_package(index at, index end) {
-        if (!m_list.is(at + 1, '{')) return at + 1;
+        if (!m_list.is(at + 1, '{')) {
+            m_is_cut = true;
+            return end;
+        }
         const index behind = std::min(behind_braces(at + 2), end);
         package_record record;
         each_item(at + 2, behind - 1, [&](index item, index block_end) {
@@ -280,8 +312,14 @@ private:
                 return none;
             }
             note_version(item, record);
+            // The values of the last one count, but for platforms.
+            if (m_list.is_word(item, "names")) record.names.clear();
+            if (m_list.is_word(item, "namespaces")) record.namespaces.clear();
             return each_value(item + 1, block_end, [&](index value) {
                 const bool is_string = m_list.is(value, token_string);
+                if (m_list.is_word(item, "hasExtraFS") && m_list.is(value, token_bool)) {
+                    record.has_extra_fs = m_list.spelled(value) == "true";
+                }
                 if (is_string && m_list.is_word(item, "names")) record.names.push_back(value);
                 if (is_string && m_list.is_word(item, "namespaces")) {
                     record.namespaces.push_back(value);
@@ -312,7 +350,9 @@ private:
                 const auto pair = std::pair(m_list.spelled(name), m_list.spelled(platform));
                 if (m_apps.contains(pair)) hidden += (hidden.empty() ? "" : ", ") + pair.second;
             }
-            if (!hidden.empty()) add_at("app-repeated", name, m_list.spelled(name), hidden);
+            // One with files on extra storage is still found by who asks for those.
+            if (!hidden.empty() && !record.has_extra_fs)
+                add_at("app-repeated", name, m_list.spelled(name), hidden);
         }
         for (const index name : record.names) {
             for (const index platform : record.platforms)
@@ -322,19 +362,29 @@ private:
 
     void look_at_include(const section_range& section) {
         m_has_include = true;
+        std::set<std::string> modules;
         each_item(section.begin, section.end, [&](index at, index end) {
             if (m_list.is_word(at, "XQuery")) return read_files(at, end, "XQuery");
             if (m_list.is_word(at, "const")) return behind_property(at, end);
             if (m_list.is_word(at, "Python")) return none;
             // Any other word is a module, or the engine says that it is none.
-            if (!m_list.is(at + 1, '=') || !m_list.is_word(at + 2, "Python")) return end;
-            if (m_list.is_word(at, "default")) add_at("default-redefined", at);
-            return read_files(at + 2, end, "Python");
+            if (!m_list.is(at + 1, '=') || !m_list.is_word(at + 2, "Python")) {
+                m_is_cut = true;
+                return end;
+            }
+            const bool is_default = m_list.is_word(at, "default");
+            if (is_default) add_at("default-redefined", at);
+            const bool is_dropped = is_default || !modules.insert(m_list.spelled(at)).second;
+            return read_files(at + 2, end, is_dropped ? nullptr : "Python");
         });
     }
 
+    /// `kind` is null for a block that the engine reads and drops.
     index read_files(index at, index end, const char* kind) {
-        if (!m_list.is(at + 1, '{')) return end;
+        if (!m_list.is(at + 1, '{')) {
+            m_is_cut = true;
+            return end;
+        }
         const index behind = std::min(behind_braces(at + 2), end);
         const bool is_python = m_list.is_word(at, "Python");
         each_item(at + 2, behind - 1, [&](index item, index block_end) {
@@ -345,7 +395,9 @@ private:
                 return none;
             }
             return each_value(item + 1, block_end, [&](index value) {
-                if (names_files && m_list.is(value, token_string)) look_for_file(value, kind);
+                if (names_files && kind != nullptr && m_list.is(value, token_string)) {
+                    look_for_file(value, kind);
+                }
             });
         });
         return behind;
@@ -375,7 +427,7 @@ private:
                 }
             }
         }
-        if (!m_heads.contains({"App", "Header"})) return;
+        if (m_is_cut || !m_heads.contains({"App", "Header"})) return;
         for (const auto& [head, place] : m_heads) {
             if (head.name == "Script" && !listed.contains(head.where)) {
                 add("section-unlisted", place.begin, place.body - 1, head.where);
@@ -391,9 +443,16 @@ private:
 
     /// The names of a Script section.
     struct script_names {
-        std::set<std::string> defined; // of whatever kind
-        std::set<std::string> globals; // the global constants among them
+        std::set<std::string> defined;        // of whatever kind
+        std::map<std::string, index> globals; // the global constants among them, where they begin
+        std::vector<name_use> locals;         // the other constants
         std::vector<name_use> uses;
+
+        /// Whether a global constant of this name stands in front of it.
+        bool defines_before(const name_use& use) const {
+            const auto found = globals.find(use.name);
+            return found != globals.end() && found->second < use.at;
+        }
     };
 
     void look_at_scripts() {
@@ -411,18 +470,27 @@ private:
             }
             if (known.insert(order).second) look_at_order(order, names);
         }
+        for (const auto& [where, section] : names)
+            look_at_order({where}, names); // listed or not
     }
 
-    /// In what order a host reads the Script sections, and which names they do not know then.
+    /// Tells of names that are not known when a host reads the sections in this order, or that hide
+    /// what is.
     void look_at_order(const std::vector<std::string>& order,
                        const std::map<std::string, script_names>& names) {
         std::map<std::string, std::size_t> first; // the section that defines a constant first
         for (std::size_t i = 0; i != order.size(); ++i) {
-            for (const std::string& global : names.at(order[i]).globals)
+            for (const auto& [global, place] : names.at(order[i]).globals)
                 first.emplace(global, i);
         }
         for (std::size_t i = 0; i != order.size(); ++i) {
             const script_names& user = names.at(order[i]);
+            for (const name_use& local : user.locals) {
+                const auto definer = first.find(local.name);
+                const bool is_known =
+                    definer != first.end() && (definer->second < i || user.defines_before(local));
+                if (is_known || m_globals.contains(local.name)) tell_shadow(local);
+            }
             for (const name_use& use : user.uses) {
                 const auto definer = first.find(use.name);
                 if (definer == first.end() || definer->second <= i) continue;
@@ -432,6 +500,10 @@ private:
                        "::" + order[definer->second] + "::Script::");
             }
         }
+    }
+
+    void tell_shadow(const name_use& local) {
+        if (m_told.insert(local.at).second) add_at("constant-shadows", local.at, local.name);
     }
 
     script_names read_names(const section_range& section) {
@@ -471,9 +543,9 @@ private:
             const std::string name = m_list.spelled(at + 1);
             names.defined.insert(name);
             if (braces == 0) {
-                names.globals.insert(name);
-            } else if (names.globals.contains(name) || m_globals.contains(name)) {
-                add_at("constant-shadows", at + 1, name);
+                names.globals.emplace(name, at);
+            } else {
+                names.locals.push_back({name, at + 1});
             }
         } else if (m_list.is(at + 1, '=')) {
             names.defined.insert(m_list.spelled(at));
@@ -506,10 +578,11 @@ private:
     std::vector<package_record> m_packages;
     app_set m_apps;
     std::set<std::string> m_globals; // of Header and Include
-    std::set<index> m_told;          // uses of names that come too early
+    std::set<index> m_told;          // names that were told of
     bool m_has_include = false;
     bool m_default_told = false;
     bool m_is_whole = false; // the engine's first pass comes to the end of the text
+    bool m_is_cut = false;   // the engine does not come to the end of a Header or Include section
 };
 
 } // namespace
@@ -534,17 +607,31 @@ app_set apps_of(std::string_view text) {
 }
 
 std::string app_list(const app_set& apps) {
-    std::string text;
-    for (const auto& [app, platform] : apps)
-        (text.append(app) += ' ').append(platform) += '\n';
-    return text;
+    const std::vector<std::string> known = platform_words();
+    std::ostringstream text;
+    for (const auto& [app, platform] : apps) {
+        // Of any other platform no host will ask.
+        if (std::find(known.begin(), known.end(), platform) == known.end()) continue;
+        const bool is_plain =
+            !app.empty() && app.find_first_of(" \t\r\n#\"\\") == std::string::npos;
+        if (is_plain) {
+            text << app;
+        } else {
+            text << std::quoted(app);
+        }
+        text << ' ' << platform << '\n';
+    }
+    return text.str();
+}
+
+bool is_endless(const finding_kind& kind) {
+    const std::string_view code = kind.code;
+    return code == "endless-comment" || code == "endless-property";
 }
 
 bool is_endless(const std::vector<finding>& findings) {
-    return std::any_of(findings.begin(), findings.end(), [](const finding& found) {
-        const std::string_view code = found.kind->code;
-        return code == "endless-comment" || code == "endless-property";
-    });
+    return std::any_of(findings.begin(), findings.end(),
+                       [](const finding& found) { return is_endless(*found.kind); });
 }
 
 } // namespace tool

@@ -38,7 +38,10 @@ app_set apps_of(std::string_view text);
 /// The same as lines that "morvantic coverage --apps" reads.
 std::string app_list(const app_set& apps);
 
-/// Whether reading the text would never end, by what look_at has found.
+/// Whether it is one of a text that the engine would read for ever.
+bool is_endless(const finding_kind& kind);
+
+/// Whether one is among them.
 bool is_endless(const std::vector<finding>& findings);
 
 } // namespace tool

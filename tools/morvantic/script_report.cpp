@@ -7,6 +7,7 @@
 #include "core/text.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 namespace tool {
@@ -202,8 +203,25 @@ private:
         }
     }
 
+    /// Those that hosts read first, as they do; then the rest in the order of the text.
     void read_the_others() {
-        for (const section_head& head : m_outline.sections) {
+        std::vector<section_head> heads = m_outline.sections;
+        std::map<section_head, std::size_t> ranks;
+        if (!m_report.sections.empty()) {
+            for (const app_answer& answer : m_report.sections.front().apps) {
+                for (const std::string& where : answer.namespaces)
+                    ranks.emplace(section_head{where, "Script"}, ranks.size());
+            }
+        }
+        const auto rank_of = [&](const section_head& head) {
+            const auto rank = ranks.find(head);
+            return rank == ranks.end() ? ranks.size() : rank->second;
+        };
+        std::stable_sort(heads.begin(), heads.end(),
+                         [&](const section_head& left, const section_head& right) {
+                             return rank_of(left) < rank_of(right);
+                         });
+        for (const section_head& head : heads) {
             if (is_header(head) || head.name == "Include") continue;
             section_report& report = add(head);
             report.is_read = head.name == "Script";

@@ -72,9 +72,10 @@ struct script_report {
 };
 
 /// Opens an installed script and asks for its sections: Header first, then Include, then the Script
-/// sections in the order of the text. With a query it asks as a host does that wants to know what
-/// applies: only for the Script sections of the record that fits, and gives nothing if none does,
-/// or if there is no Header section. One that cannot be read is reported all the same.
+/// sections, those that the Header lists before the others. With a query it asks as a host does
+/// that wants to know what applies: only for the Script sections of the record that fits, and gives
+/// nothing if none does, or if there is no Header section. One that cannot be read is reported all
+/// the same.
 ///
 /// No step of the engine may take longer than `processor_seconds`: the process ends then. Throws
 /// std::system_error if there is no log, and what opening the script throws.

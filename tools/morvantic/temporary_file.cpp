@@ -1,5 +1,6 @@
 #include "temporary_file.h"
 
+#include "failure.h"
 #include "signals.h"
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
@@ -79,13 +81,29 @@ temporary_file::~temporary_file() {
     path_to_remove[0] = '\0';
 }
 
-void temporary_file::publish(const std::string& target, bool replace) {
-    if (fchmod(number(), rights_of_new_files()) != 0) throw_error(errno);
+void temporary_file::publish(const std::string& target, bool replace,
+                             std::optional<mode_t> rights) {
+    if (fchmod(number(), rights.value_or(rights_of_new_files())) != 0) throw_error(errno);
     if (fsync(number()) != 0) throw_error(errno);
     const signals_blocked blocked;
     const int error = rename_file(m_path, target, replace);
     if (error != 0) throw_error(error);
     path_to_remove[0] = '\0';
+}
+
+void replace_text(const std::string& path, std::string_view text) {
+    try {
+        const std::string target = std::filesystem::weakly_canonical(path).string();
+        file_status status{};
+        const bool is_there = stat(target.c_str(), &status) == 0;
+        if (is_there && access(target.c_str(), W_OK) != 0) throw_error(errno);
+        temporary_file file(target.substr(0, target.rfind('/')));
+        write_all(file.number(), {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+        file.publish(target, is_there,
+                     is_there ? std::optional(status.st_mode & 07777U) : std::nullopt);
+    } catch (const std::system_error& error) {
+        fail_call(path + " cannot be written: " + error.code().message() + ".");
+    }
 }
 
 } // namespace tool

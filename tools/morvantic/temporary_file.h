@@ -2,7 +2,10 @@
 
 #include "descriptor.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
+#include <sys/types.h>
 
 namespace tool {
 
@@ -21,13 +24,17 @@ public:
 
     int number() const noexcept { return m_descriptor.number(); }
 
-    /// Brings the content to the disk and gives the file the target's name, in one step, with the
-    /// access rights of any new file. Without `replace` a target that exists is an error.
-    void publish(const std::string& target, bool replace);
+    /// Brings the content to the disk and gives the file the target's name, in one step, with these
+    /// access rights or those of any new file. Without `replace` a target that exists is an error.
+    void publish(const std::string& target, bool replace, std::optional<mode_t> rights = {});
 
 private:
     std::string m_path;
     descriptor m_descriptor;
 };
+
+/// Gives a file this text in one step. One that is there keeps its access rights and the symbolic
+/// links that lead to it, and has to be writable. Throws failure, the call's.
+void replace_text(const std::string& path, std::string_view text);
 
 } // namespace tool

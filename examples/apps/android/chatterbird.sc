@@ -143,15 +143,15 @@
 
     archived_db = SqliteAnalyzer<"recover" freelist>(fs.App, "files/archive/*.cba") {
         // Archives were written before the tables got their present names.
-        const messages = "chat_line";
+        const chat_lines = "chat_line";
 
         setFileFunction(chatterbird::open_archive(chatterbird::session_secret(default::app_file(fs.App,
             "shared_prefs/session.xml"), secret_name)));
         addSelectedTables({"chat_line"});
-        functionOnColumn(messages, "chat", ids::chat_id());
-        customizableIdOnColumns(messages, {"chat", "seq"}, "message", ids::message_id());
-        idRefOnColumn(messages, "chat", "chat");
-        analyzeColumn(messages, "envelope", archived_envelope);
+        functionOnColumn(chat_lines, "chat", ids::chat_id());
+        customizableIdOnColumns(chat_lines, {"chat", "seq"}, "message", ids::message_id());
+        idRefOnColumn(chat_lines, "chat", "chat");
+        analyzeColumn(chat_lines, "envelope", archived_envelope);
         forceFunctionsOnNullValue(false);
     }
 }
