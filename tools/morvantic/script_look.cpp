@@ -1,8 +1,10 @@
 #include "script_look.h"
 
+#include "finding_list.h"
 #include "outline.h"
+#include "script_names.h"
 #include "script_report.h"
-#include "script_tokens.h"
+#include "token_list.h"
 
 #include <algorithm>
 #include <array>
@@ -20,43 +22,7 @@ namespace {
 
 constexpr std::size_t none = static_cast<std::size_t>(-1);
 
-/// A place in the list of tokens.
-using index = std::size_t;
-
-/// The tokens of a text without its comments, closed by the end.
-struct token_list {
-    explicit token_list(std::string_view its_text) : text(its_text) {
-        token_reader reader(text);
-        do {
-            const script_token token = reader.next();
-            (token.is_comment() ? comments : tokens).push_back(token);
-        } while (tokens.empty() || tokens.back().kind != token_end);
-    }
-
-    const script_token& operator[](index at) const { return tokens[std::min(at, end())]; }
-
-    index end() const noexcept { return tokens.size() - 1; }
-
-    bool is(index at, std::int32_t kind) const { return (*this)[at].kind == kind; }
-
-    bool is_word(index at, std::string_view word) const {
-        return is(at, token_word) && spelling(text, (*this)[at]) == word;
-    }
-
-    std::string spelled(index at) const { return std::string(spelling(text, (*this)[at])); }
-
-    /// The first token from a place in the text on.
-    index at_offset(std::size_t offset) const {
-        const auto found = std::lower_bound(
-            tokens.begin(), tokens.end(), offset,
-            [](const script_token& token, std::size_t place) { return token.begin < place; });
-        return static_cast<index>(found - tokens.begin());
-    }
-
-    std::string_view text;
-    std::vector<script_token> tokens;
-    std::vector<script_token> comments;
-};
+using index = token_index;
 
 /// Hands over the place of each code behind "morvantic-check-off:" in comments: codes with commas
 /// between them, and then whatever an author has to say.
@@ -109,34 +75,21 @@ public:
         }
         look_at_listed();
         look_at_scripts();
-        std::stable_sort(
-            m_found.begin(), m_found.end(),
-            [](const finding& left, const finding& right) { return left.begin < right.begin; });
-        return std::move(m_found);
+        return m_found.take();
     }
 
     const app_set& apps() const noexcept { return m_apps; }
 
 private:
-    /// Each argument stands where the message has a "%".
     template <class... Arguments>
     void add(std::string_view code, std::size_t begin, std::size_t end,
              const Arguments&... arguments) {
-        const finding_kind* kind = kind_of_code(code);
-        std::string message = kind->message;
-        std::size_t from = 0;
-        [[maybe_unused]] const auto put = [&](std::string_view argument) {
-            const std::size_t gap = message.find('%', from);
-            message.replace(gap, 1, argument);
-            from = gap + argument.size();
-        };
-        (put(arguments), ...);
-        m_found.push_back({kind, std::move(message), begin, end});
+        m_found.add(code, begin, end, arguments...);
     }
 
     template <class... Arguments>
     void add_at(std::string_view code, index at, const Arguments&... arguments) {
-        add(code, m_list[at].begin, m_list[at].end, arguments...);
+        m_found.add(code, m_list[at].begin, m_list[at].end, arguments...);
     }
 
     // Bytes and tokens
@@ -435,131 +388,34 @@ private:
         }
     }
 
-    /// A name in a value.
-    struct name_use {
-        std::string name;
-        index at = 0;
-    };
-
-    /// The names of a Script section.
-    struct script_names {
-        std::set<std::string> defined;        // of whatever kind
-        std::map<std::string, index> globals; // the global constants among them, where they begin
-        std::vector<name_use> locals;         // the other constants
-        std::vector<name_use> uses;
-
-        /// Whether a global constant of this name stands in front of it.
-        bool defines_before(const name_use& use) const {
-            const auto found = globals.find(use.name);
-            return found != globals.end() && found->second < use.at;
-        }
-    };
-
     void look_at_scripts() {
         std::map<std::string, script_names> names;
         for (const section_range& section : m_sections) {
-            if (section.head.name == "Script")
-                names.emplace(section.head.where, read_names(section));
+            if (section.head.name != "Script") continue;
+            const auto& read =
+                names.emplace(section.head.where, read_names(m_list, section.begin, section.end));
+            for (const name_use& module : read.first->second.modules)
+                look_at_module(module);
         }
-        std::set<std::vector<std::string>> known;
+        std::set<std::vector<std::string>> orders;
         for (const package_record& record : m_packages) {
             std::vector<std::string> order;
             for (const index at : record.namespaces) {
                 const std::string where = m_list.spelled(at);
                 if (names.contains(where)) order.push_back(where);
             }
-            if (known.insert(order).second) look_at_order(order, names);
+            orders.insert(std::move(order));
         }
         for (const auto& [where, section] : names)
-            look_at_order({where}, names); // listed or not
+            orders.insert({where}); // listed or not
+        look_at_names(m_list, names, orders, m_globals, m_found);
     }
 
-    /// Tells of names that are not known when a host reads the sections in this order, or that hide
-    /// what is.
-    void look_at_order(const std::vector<std::string>& order,
-                       const std::map<std::string, script_names>& names) {
-        std::map<std::string, std::size_t> first; // the section that defines a constant first
-        for (std::size_t i = 0; i != order.size(); ++i) {
-            for (const auto& [global, place] : names.at(order[i]).globals)
-                first.emplace(global, i);
-        }
-        for (std::size_t i = 0; i != order.size(); ++i) {
-            const script_names& user = names.at(order[i]);
-            for (const name_use& local : user.locals) {
-                const auto definer = first.find(local.name);
-                const bool is_known =
-                    definer != first.end() && (definer->second < i || user.defines_before(local));
-                if (is_known || m_globals.contains(local.name)) tell_shadow(local);
-            }
-            for (const name_use& use : user.uses) {
-                const auto definer = first.find(use.name);
-                if (definer == first.end() || definer->second <= i) continue;
-                if (user.defined.contains(use.name) || m_globals.contains(use.name)) continue;
-                if (!m_told.insert(use.at).second) continue;
-                add_at("section-order", use.at, use.name,
-                       "::" + order[definer->second] + "::Script::");
-            }
-        }
-    }
-
-    void tell_shadow(const name_use& local) {
-        if (m_told.insert(local.at).second) add_at("constant-shadows", local.at, local.name);
-    }
-
-    script_names read_names(const section_range& section) {
-        script_names names;
-        std::size_t braces = 0;
-        std::size_t parentheses = 0;
-        for (index at = section.begin; at < section.end; ++at) {
-            switch (m_list[at].kind) {
-            case '{':
-                if (parentheses == 0) ++braces;
-                break;
-            case '}':
-                if (parentheses == 0 && braces != 0) --braces;
-                break;
-            case '(':
-                ++parentheses;
-                break;
-            case ')':
-                if (parentheses != 0) --parentheses;
-                break;
-            case token_word:
-                if (parentheses != 0) {
-                    read_value(at, names);
-                } else {
-                    read_definition(at, braces, names);
-                }
-                break;
-            default:
-                break;
-            }
-        }
-        return names;
-    }
-
-    void read_definition(index at, std::size_t braces, script_names& names) {
-        if (m_list.is_word(at, "const") && m_list.is(at + 1, token_word)) {
-            const std::string name = m_list.spelled(at + 1);
-            names.defined.insert(name);
-            if (braces == 0) {
-                names.globals.emplace(name, at);
-            } else {
-                names.locals.push_back({name, at + 1});
-            }
-        } else if (m_list.is(at + 1, '=')) {
-            names.defined.insert(m_list.spelled(at));
-        }
-    }
-
-    void read_value(index at, script_names& names) {
-        const std::int32_t before = m_list[at - 1].kind;
-        if (before == '.' || before == ':' || m_list.is(at + 1, '.')) return;
-        if (m_list.is_word(at, "default") && m_list.is(at + 1, ':')) look_for_default(at);
-        if (!m_list.is(at + 1, ':')) {
-            names.uses.push_back({m_list.spelled(at), at});
-        } else if (!m_has_include && m_list.spelled(at) != "default") {
-            add_at("include-missing", at, m_list.spelled(at));
+    void look_at_module(const name_use& module) {
+        if (module.name == "default") {
+            look_for_default(module.at);
+        } else if (!m_has_include) {
+            add_at("include-missing", module.at, module.name);
         }
     }
 
@@ -572,13 +428,12 @@ private:
 
     token_list m_list;
     const file_lookup& m_files;
-    std::vector<finding> m_found;
+    finding_list m_found;
     std::vector<section_range> m_sections; // those that are read
     std::map<section_head, section_place> m_heads;
     std::vector<package_record> m_packages;
     app_set m_apps;
     std::set<std::string> m_globals; // of Header and Include
-    std::set<index> m_told;          // names that were told of
     bool m_has_include = false;
     bool m_default_told = false;
     bool m_is_whole = false; // the engine's first pass comes to the end of the text
