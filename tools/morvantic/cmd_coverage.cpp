@@ -5,7 +5,7 @@
 
 #include "core/text.h"
 
-#include <compare>
+#include <array>
 #include <iomanip>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -35,12 +35,7 @@ struct coverage_report {
 };
 
 /// One of a list: an app, and a platform or all.
-struct listed_app {
-    std::string app;
-    std::string platform;
-
-    auto operator<=>(const listed_app&) const = default;
-};
+using listed_app = std::pair<std::string, std::string>;
 
 /// The platform whose name this is in whatever case, as it is spelled in scripts.
 std::string platform_named(const std::string& word, const std::string& path) {
@@ -57,17 +52,15 @@ std::set<listed_app> read_list(const std::string& path) {
     std::set<listed_app> apps;
     for (std::string line; std::getline(lines, line);) {
         std::istringstream words(line);
-        listed_app listed;
-        if (!(words >> std::quoted(listed.app)) || listed.app.starts_with('#')) continue;
-        std::string word;
-        if (words >> word && !word.starts_with('#')) {
-            listed.platform = platform_named(word, path);
-            if (words >> word && !word.starts_with('#')) {
-                fail_input(path + ": There is more than an app and a platform in the line \"" +
-                           line + "\".");
-            }
-        }
-        apps.insert(std::move(listed));
+        auto [app, platform, more] = std::array<std::string, 3>();
+        if (!(words >> std::quoted(app)) || app.starts_with('#')) continue;
+        const auto next = [&](std::string& word) {
+            if (!(words >> word) || word.starts_with('#')) word.clear();
+            return !word.empty();
+        };
+        if (next(platform)) platform = platform_named(platform, path);
+        if (!platform.empty() && next(more)) fail_input(path + ": What is \"" + more + "\"?");
+        apps.emplace(std::move(app), std::move(platform));
     }
     return apps;
 }
@@ -106,13 +99,12 @@ void add_script(const group_script& script, coverage_report& coverage) {
 }
 
 void compare(const std::set<listed_app>& list, coverage_report& coverage) {
-    for (const listed_app& listed : list) {
-        const auto app = coverage.apps.find(listed.app);
-        const bool is_served = app != coverage.apps.end() &&
-                               (listed.platform.empty() || app->second.contains(listed.platform));
-        if (is_served) continue;
-        coverage.unserved.push_back(
-            listed.platform.empty() ? listed.app : listed.app + " on " + listed.platform);
+    for (const auto& [name, platform] : list) {
+        const auto app = coverage.apps.find(name);
+        const bool is_served =
+            app != coverage.apps.end() && (platform.empty() || app->second.contains(platform));
+        if (!is_served)
+            coverage.unserved.push_back(platform.empty() ? name : name + " on " + platform);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "child_process.h"
 #include "failure.h"
+#include "finding_list.h"
 #include "script_report.h"
 #include "script_tokens.h"
 
@@ -19,29 +20,6 @@
 namespace tool {
 
 namespace {
-
-/// Lines and columns as the engine counts them: the place of the byte that it has read last.
-class place_counter {
-public:
-    explicit place_counter(std::string_view text) : m_text(text) {}
-
-    /// Offsets must not go back.
-    logged_place at(std::size_t offset) {
-        for (; m_counted < offset && m_counted < m_text.size(); ++m_counted) {
-            if (m_text[m_counted] != '\n') continue;
-            ++m_line;
-            m_line_begin = m_counted + 1;
-        }
-        if (offset < m_text.size() && m_text[offset] == '\n') return {m_line + 1, 0};
-        return {m_line, offset - m_line_begin + 1};
-    }
-
-private:
-    std::string_view m_text;
-    std::size_t m_counted = 0;
-    std::size_t m_line_begin = 0;
-    std::uint64_t m_line = 1;
-};
 
 /// A line of the log about a text: "Parser error(12, 4): Expected ...".
 struct parser_message {
@@ -79,7 +57,10 @@ std::optional<parser_message> parse_message(std::string_view said) {
 class report_reader {
 public:
     report_reader(std::string_view text, const script_outline& outline)
-        : m_text(text), m_outline(outline), m_first_pass(text) {}
+        : m_text(text), m_lines(text), m_first_pass(m_lines, text) {
+        for (const section_place& place : outline.places)
+            m_sections.emplace(place.head, place); // the first of a name counts
+    }
 
     void read_first_pass(const script_report& report) {
         for (const log_message& message : report.messages)
@@ -87,32 +68,27 @@ public:
     }
 
     void read_section(const section_report& section) {
-        const auto place =
-            std::find_if(m_outline.places.begin(), m_outline.places.end(),
-                         [&](const section_place& row) { return row.head == section.head; });
-        if (place == m_outline.places.end()) return read_missing(section);
-        auto places = m_places.find(place->body);
-        if (places == m_places.end()) {
-            places = m_places.emplace(place->body, logged_places(m_text, place->body)).first;
-        }
+        const bool is_silent =
+            std::none_of(section.entries.begin(), section.entries.end(), [](const auto& entry) {
+                return std::holds_alternative<log_message>(entry);
+            });
+        if (is_silent) return;
+        const auto place = m_sections.find(section.head);
+        // Of a section that is not there the engine names a place, but none that is about it.
+        const logged_places places =
+            place == m_sections.end()
+                ? logged_places(m_lines, "")
+                : logged_places(m_lines, m_text.substr(0, place->second.end), place->second.body);
         for (const report_entry& entry : section.entries) {
-            if (const auto* said = std::get_if<log_message>(&entry)) {
-                add(*said, places->second, place->begin);
-            }
+            const auto* said = std::get_if<log_message>(&entry);
+            if (said != nullptr)
+                add(*said, places, place == m_sections.end() ? 0 : place->second.begin);
         }
     }
 
     std::vector<finding> take() { return std::move(m_found); }
 
 private:
-    /// Of a section that is not there the engine names a place, but none that is about it.
-    void read_missing(const section_report& section) {
-        const logged_places nowhere{std::string_view()};
-        for (const report_entry& entry : section.entries) {
-            if (const auto* said = std::get_if<log_message>(&entry)) add(*said, nowhere, 0);
-        }
-    }
-
     void add(const log_message& said, const logged_places& places, std::size_t otherwise) {
         finding found;
         found.is_logged = true;
@@ -183,9 +159,9 @@ private:
     }
 
     std::string_view m_text;
-    const script_outline& m_outline;
+    line_places m_lines;
+    std::map<section_head, section_place> m_sections;
     logged_places m_first_pass;
-    std::map<std::size_t, logged_places> m_places; // by where the body begins
     std::set<std::pair<std::size_t, std::string>> m_known;
     std::vector<finding> m_found;
 };
@@ -214,26 +190,40 @@ std::vector<finding> from_text(const std::string& text) {
     return findings;
 }
 
-finding about_the_whole(std::string_view code, const std::string& argument) {
-    finding found;
-    found.kind = kind_of_code(code);
-    found.message = found.kind->message;
-    found.message.replace(found.message.find('%'), 1, argument);
-    return found;
+template <class... Arguments>
+finding about_the_whole(std::string_view code, const Arguments&... arguments) {
+    finding_list list;
+    list.add(code, 0, 0, arguments...);
+    return list.take().front();
 }
 
 } // namespace
 
-logged_places::logged_places(std::string_view text) { note_tokens(text, 0); }
+line_places::line_places(std::string_view text) : m_text(text) {
+    for (std::size_t end = text.find('\n'); end != std::string_view::npos;
+         end = text.find('\n', end + 1)) {
+        m_begins.push_back(end + 1);
+    }
+}
 
-logged_places::logged_places(std::string_view text, std::size_t body) {
-    note_tokens(text, body);
+logged_place line_places::at(std::size_t offset) const {
+    const auto next = std::upper_bound(m_begins.begin(), m_begins.end(), offset);
+    const auto line = static_cast<std::uint64_t>(next - m_begins.begin());
+    if (offset < m_text.size() && m_text[offset] == '\n') return {line + 1, 0};
+    return {line, offset - *std::prev(next) + 1};
+}
+
+logged_places::logged_places(const line_places& lines, std::string_view text) {
+    note_tokens(lines, text, 0);
+}
+
+logged_places::logged_places(const line_places& lines, std::string_view text, std::size_t body) {
+    note_tokens(lines, text, body);
     // The byte behind the brace is read again, and counted twice from then on: as a line end for
     // the whole section, else as a column up to the end of its line. The first token begins before
     // that.
     const bool is_line_end = body < text.size() && text[body] == '\n';
-    place_counter counter(text);
-    const logged_place first = counter.at(body);
+    const logged_place first = lines.at(body);
     for (row& each : m_rows) {
         if (each.place == first) continue;
         if (is_line_end) {
@@ -244,15 +234,15 @@ logged_places::logged_places(std::string_view text, std::size_t body) {
     }
 }
 
-void logged_places::note_tokens(std::string_view text, std::size_t begin) {
-    place_counter counter(text);
+void logged_places::note_tokens(const line_places& lines, std::string_view text,
+                                std::size_t begin) {
     token_reader reader(text, begin);
     std::size_t behind = begin; // the token before
     for (;;) {
         const script_token token = reader.next();
         if (!token.is_comment()) {
             // The engine begins at a blank in front of the text.
-            const logged_place place = behind == 0 ? logged_place{1, 0} : counter.at(behind);
+            const logged_place place = behind == 0 ? logged_place{1, 0} : lines.at(behind);
             m_rows.push_back({place, {token.begin, token.end}});
         }
         behind = token.end;
@@ -291,7 +281,10 @@ std::vector<finding> read_by_engine(const std::wstring& name, std::string_view t
             listed.insert(answer.namespaces.begin(), answer.namespaces.end());
         }
     }
+    constexpr std::size_t most_lists = 64; // each takes a reading of its own
+    std::size_t count = 0;
     for (const auto& [namespaces, query] : lists) {
+        if (count++ == most_lists) break;
         const auto report = read_script(name, outline, query, processor_seconds);
         if (!report) continue;
         for (const section_report& section : report->sections) {
@@ -303,7 +296,12 @@ std::vector<finding> read_by_engine(const std::wstring& name, std::string_view t
             reader.read_section(section);
         }
     }
-    return reader.take();
+    std::vector<finding> found = reader.take();
+    if (lists.size() > most_lists) {
+        found.push_back(about_the_whole("lists-skipped", std::to_string(lists.size()),
+                                        std::to_string(most_lists)));
+    }
+    return found;
 }
 
 std::vector<finding> ask_engine(const std::wstring& name, std::string_view text) {

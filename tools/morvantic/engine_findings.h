@@ -8,14 +8,27 @@
 
 namespace tool {
 
+/// Lines and columns as the engine counts them: the place of the byte that it has read last. The
+/// text must stay.
+class line_places {
+public:
+    explicit line_places(std::string_view text);
+
+    logged_place at(std::size_t offset) const;
+
+private:
+    std::string_view m_text;
+    std::vector<std::size_t> m_begins{0}; // of the lines
+};
+
 /// The place that the engine's log names for a token, for each token of a text in one pass.
 class logged_places {
 public:
     /// Of the first pass, over the whole text.
-    explicit logged_places(std::string_view text);
+    logged_places(const line_places& lines, std::string_view text);
 
-    /// Of reading the section whose body begins there.
-    logged_places(std::string_view text, std::size_t body);
+    /// Of reading the section whose body begins there, in a text that ends behind it.
+    logged_places(const line_places& lines, std::string_view text, std::size_t body);
 
     struct range {
         std::size_t begin;
@@ -33,7 +46,7 @@ private:
         range token;
     };
 
-    void note_tokens(std::string_view text, std::size_t begin);
+    void note_tokens(const line_places& lines, std::string_view text, std::size_t begin);
 
     std::vector<row> m_rows; // in the order of the text
 };

@@ -52,7 +52,8 @@ public:
     surroundings around(std::size_t offset) const {
         const std::size_t begin = line_begin(offset);
         std::string_view before = m_text.substr(begin, offset - begin);
-        std::string_view behind = m_text.substr(offset);
+        constexpr std::size_t enough = shown_on_each_side + 8; // a character has four bytes
+        std::string_view behind = m_text.substr(offset, enough);
         behind = behind.substr(0, behind.find('\n'));
         if (behind.ends_with('\r')) behind.remove_suffix(1);
         surroundings shown{before, behind, false, false};
