@@ -91,8 +91,12 @@ action define(CLI::App& command) {
                        "packed, or packages.");
     command.add_option("--key", options->key, "The public key that packages are verified with.")
         ->type_name("FILE");
-    command.add_option("--off", options->off, "Leave out findings of this code; may be repeated.")
+    command
+        .add_option("--off", options->off,
+                    "Leave out findings of this code, or of several with\n"
+                    "commas between them; may be repeated.")
         ->allow_extra_args(false)
+        ->delimiter(',')
         ->type_name("CODE");
     command.add_flag("--strict", options->strict, "Exit status 1 on warnings too.");
     auto* json = command.add_flag("--json", options->json, "Print as JSON.");
@@ -102,19 +106,20 @@ action define(CLI::App& command) {
         .add_option("--explain", options->explained, "Tell cause, remedy and an example of one.")
         ->excludes(codes)
         ->type_name("CODE");
-    add_notes(command,
-              "Looks at the text for what the engine chokes on or passes over in silence, and has\n"
-              "the engine read each script as hosts do. Prints a line for each finding,\n"
-              "\"file:line:column: severity: message [code]\", with the true place. Where the\n"
-              "engine's log names another one, that follows the message. Files that scripts name\n"
-              "are looked for in the folder or package that is checked.\n\n"
-              "A comment in a script switches codes off for that script:\n"
-              "  // morvantic-check-off: version-ignored, app-repeated\n\n"
-              "Exit status 1 if there is an error.\n\n"
-              "Examples:\n"
-              "  morvantic check mail.sc\n"
-              "  morvantic check apps --strict\n"
-              "  morvantic check apps.pkg --key public.pem --sarif > findings.sarif");
+    add_notes(
+        command,
+        "Looks at the text for what the engine chokes on or passes over in silence, and has\n"
+        "the engine read each script as hosts do. Prints a line for each finding,\n"
+        "\"file:line:column: severity: message [code]\", with the true place. Where the\n"
+        "engine's log names another one, that follows the message. Files that scripts name\n"
+        "are looked for in the folder or package that is checked, so not for a script alone.\n\n"
+        "A comment in a script switches codes off for that script:\n"
+        "  // morvantic-check-off: version-ignored, app-repeated\n\n"
+        "Exit status 1 if there is an error.\n\n"
+        "Examples:\n"
+        "  morvantic check mail.sc\n"
+        "  morvantic check apps --strict\n"
+        "  morvantic check apps.pkg --key public.pem --sarif > findings.sarif");
     return with_options(std::move(options), run_check);
 }
 

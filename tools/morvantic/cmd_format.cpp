@@ -1,8 +1,11 @@
 #include "commandline.h"
+#include "failure.h"
 #include "input_file.h"
 #include "output.h"
 #include "script_format.h"
 #include "temporary_file.h"
+
+#include <algorithm>
 
 namespace tool {
 
@@ -13,24 +16,35 @@ struct format_options {
     bool check = false;
 };
 
+/// Whether the file is as it should be, or was made so.
+bool format_file(const std::string& path, bool check) {
+    const input_file file(path);
+    const std::string text = file.text();
+    const std::string result = formatted(text, file.name());
+    if (check) {
+        if (result != text) error_message(file.name() + " is not formatted.");
+        return result == text;
+    }
+    if (path == "-") {
+        write_output(result);
+    } else if (result != text) {
+        replace_text(path, result);
+        write_output(output_name(path) + '\n');
+    }
+    return true;
+}
+
 exit_status format(const format_options& options) {
-    bool differs = false;
+    exit_status status = status_ok;
     for (const std::string& path : options.files) {
-        const input_file file(path);
-        const std::string text = file.text();
-        const std::string result = formatted(text, file.name());
-        if (options.check) {
-            if (result == text) continue;
-            differs = true;
-            error_message(file.name() + " is not formatted.");
-        } else if (path == "-") {
-            write_output(result);
-        } else if (result != text) {
-            replace_text(path, result);
-            write_output(output_name(path) + '\n');
+        try {
+            if (!format_file(path, options.check)) status = std::max(status, status_input);
+        } catch (const failure& failed) { // the others are formatted all the same
+            error_message(failed.what());
+            status = std::max(status, failed.status());
         }
     }
-    return differs ? status_input : status_ok;
+    return status;
 }
 
 action define(CLI::App& command) {

@@ -162,6 +162,20 @@ void check_output(const pack_options& options) {
     check_target(options.output, options.force);
 }
 
+/// A key in a package is everybody's.
+void refuse_private_keys(const source_folder& sources) {
+    constexpr std::uint64_t longest_key = 65536;
+    for (const source_file& file : sources.files) {
+        if (file.size > longest_key) continue;
+        const std::vector<std::uint8_t> bytes = read_source(file);
+        const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        if (text.starts_with("-----BEGIN ") &&
+            text.substr(0, text.find('\n')).find("PRIVATE KEY-----") != std::string_view::npos) {
+            fail_input(file.path + " is a private key. Keep it out of the folder.");
+        }
+    }
+}
+
 source_folder list_sources(const pack_options& options) {
     const std::string key = options.key == "-" ? "" : options.key;
     const std::string output = options.to_standard_output() ? "" : options.output;
@@ -171,6 +185,7 @@ source_folder list_sources(const pack_options& options) {
     std::erase_if(sources.files, [](const source_file& file) {
         return file.name.ends_with(transcript_ending); // of "morvantic test"
     });
+    refuse_private_keys(sources);
     if (!sources.skipped.empty()) {
         warning_message("Hidden files and folders are left out: " + some_of(sources.skipped) +
                         ". --all packs them too.");

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <numeric>
 
 namespace tool {
 
@@ -215,7 +216,11 @@ std::string summary_of(const std::vector<script_findings>& all) {
         if (counts[severity] == 0) continue;
         text += (text.empty() ? "" : ", ") + counted(counts[severity], severity_words[severity]);
     }
-    return (text.empty() ? "Nothing found" : text) + " in " + counted(all.size(), "script") + ".\n";
+    text = (text.empty() ? "Nothing found" : text) + " in " + counted(all.size(), "script");
+    const std::size_t off =
+        std::accumulate(all.begin(), all.end(), std::size_t{0},
+                        [](std::size_t sum, const script_findings& of) { return sum + of.off; });
+    return text + (off == 0 ? ".\n" : ", and " + counted(off, "finding") + " switched off.\n");
 }
 
 std::string json_of(const std::vector<script_findings>& all) {

@@ -16,6 +16,7 @@ struct script_findings {
     std::string shown; // the script's name
     std::string_view text;
     std::vector<finding> findings;
+    std::size_t off = 0; // how many were left out because their codes are off
 };
 
 /// How many characters a text has, if it is UTF-8.

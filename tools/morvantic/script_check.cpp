@@ -50,13 +50,13 @@ bool can_be_off(const finding_kind& kind) { return !is_endless(kind); }
 
 script_findings check(const group_script& script, const file_lookup& files,
                       const std::set<std::string>& off) {
-    script_findings result{script.shown, script.text, look_at(script.text, files)};
+    script_findings result{script.shown, script.text, look_at(script.text, files), 0};
     std::vector<finding>& findings = result.findings;
     if (!is_endless(findings)) {
         add_logged(findings, ask_engine(core::decode_path(script.name), script.text));
     }
     const std::set<std::string> off_here = codes_off(script.text);
-    std::erase_if(findings, [&](const finding& found) {
+    result.off = std::erase_if(findings, [&](const finding& found) {
         return can_be_off(*found.kind) &&
                (off.contains(found.kind->code) || off_here.contains(found.kind->code));
     });

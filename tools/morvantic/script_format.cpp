@@ -263,6 +263,9 @@ void refuse_what_runs_together(std::string_view text, const std::string& shown) 
     for (const script_token& token : all_tokens(text)) {
         if (token.is_comment()) continue;
         const bool is_in_call = !open.empty() && open.back() == '(';
+        const bool may_be_outside =
+            token.kind == ':' || token.kind == '{' || token.kind == '}' || token.kind == token_word;
+        if (open.empty() && !may_be_outside) refuse(shown, "There is text outside sections.");
         if (token.kind == '(' || token.kind == '{') open.push_back(token.kind);
         if (token.kind == '<' || token.kind == '>') has_angle = token.kind == '<';
         if (token.kind == ';' && is_in_call) refuse(shown, "A parenthesis is not closed.");
@@ -288,7 +291,7 @@ void refuse_what_runs_together(std::string_view text, const std::string& shown) 
 void refuse_what_is_hidden(std::string_view text, const std::string& shown) {
     constexpr std::array<std::string_view, 5> codes = {"byte-order-mark", "endless-comment",
                                                        "end-byte", "stray-byte", "lone-slash"};
-    script_findings of{shown, text, look_at(text, {})};
+    script_findings of{shown, text, look_at(text, {}), 0};
     std::erase_if(of.findings, [&](const finding& found) {
         return std::find(codes.begin(), codes.end(), found.kind->code) == codes.end();
     });

@@ -1,1 +1,1 @@
-autocmd BufNewFile,BufRead *.sc setfiletype morvantic
+autocmd BufNewFile,BufRead *.sc set filetype=morvantic

@@ -1,3 +1,3 @@
 setlocal commentstring=//\ %s comments=s1:/*,mb:*,ex:*/,://
 setlocal shiftwidth=4 expandtab
-setlocal makeprg=morvantic\ check\ % errorformat=%f:%l:%v:\ %t%*[^:]:\ %m,%-G\ \ \ \ %.%#
+setlocal makeprg=morvantic\ check\ %:S errorformat=%f:%l:%v:\ %t%*[^:]:\ %m,%-G\ \ \ \ %.%#
