@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// How the public headers are marked. Hosts need none of it for themselves.
+
 /// Marks what libmorvantic exports; everything else in it is hidden.
 #define MV_API __attribute__((visibility("default")))
 

@@ -40,7 +40,7 @@
 
 /// What the functions below return.
 enum mv_result : unsigned short {
-    mv_success = 0,
+    mv_success = 0,         ///< done
     mv_package_refused = 5, ///< the storage refused the new package
     mv_failed = 50,         ///< an exception reached the function
 };

@@ -13,15 +13,15 @@ struct CScriptImpl;
 
 /// Kind of a section by its name.
 enum ESectionName : int {
-    section_header = 0,
-    section_include = 1,
-    section_script = 2,
-    section_other = 3, ///< any other name
+    section_header = 0,  ///< "Header"
+    section_include = 1, ///< "Include"
+    section_script = 2,  ///< "Script"
+    section_other = 3,   ///< any other name
 };
 
 /// Kind of a section by its namespace.
 enum ESectionNamespace : int {
-    namespace_app = 0,
+    namespace_app = 0,   ///< "App"
     namespace_other = 1, ///< any other namespace
 };
 
@@ -53,9 +53,10 @@ enum ESectionNamespace : int {
 /// package that was installed when it was opened, even after that has been replaced.
 class MV_API CScript {
 public:
-    /// Opens the script. Throws a std::exception, "Script not found." or "Failed to allocate
-    /// memory.", and std::logic_error if the name is null; all are logged. A stored script whose
-    /// compressed data break off is waited for without end.
+    /// Opens the script of this name, as CScriptStorageInterface::next gives it. Throws a
+    /// std::exception, "Script not found." or "Failed to allocate memory.", and std::logic_error if
+    /// the name is null; all are logged. A stored script whose compressed data break off is waited
+    /// for without end.
     explicit CScript(const wchar_t* script_name);
 
     CScript(const CScript&) = delete;

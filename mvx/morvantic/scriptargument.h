@@ -35,6 +35,7 @@ public:
     /// Type 0.
     CScriptArgumentCallback() noexcept;
 
+    /// A type of the host's choice, for its own use.
     explicit CScriptArgumentCallback(EType type) noexcept;
 
     /// Takes over the type.
@@ -49,41 +50,42 @@ public:
     /// included, so what has been set so far has to go along.
     virtual CScriptArgumentCallback* clone() = 0;
 
-    virtual void reserved_1() = 0;
-    virtual void reserved_2() = 0;
-    virtual void reserved_3() = 0;
+    virtual void reserved_1() = 0; ///< never called
+    virtual void reserved_2() = 0; ///< never called
+    virtual void reserved_3() = 0; ///< never called
 
     /// An integer, or an enumeration value by its number in EEnumValue.
     virtual void set_int(long long value) = 0;
 
-    virtual void reserved_4() = 0;
-    virtual void reserved_5() = 0;
-    virtual void reserved_6() = 0;
-    virtual void reserved_7() = 0;
-    virtual void reserved_8() = 0;
-    virtual void reserved_9() = 0;
-    virtual void reserved_10() = 0;
-    virtual void reserved_11() = 0;
+    virtual void reserved_4() = 0;  ///< never called
+    virtual void reserved_5() = 0;  ///< never called
+    virtual void reserved_6() = 0;  ///< never called
+    virtual void reserved_7() = 0;  ///< never called
+    virtual void reserved_8() = 0;  ///< never called
+    virtual void reserved_9() = 0;  ///< never called
+    virtual void reserved_10() = 0; ///< never called
+    virtual void reserved_11() = 0; ///< never called
 
+    /// The word "true" or "false".
     virtual void set_bool(bool value) = 0;
 
-    virtual void reserved_12() = 0;
+    virtual void reserved_12() = 0; ///< never called
 
     /// A string, or a constant by its value.
     virtual void set_string(const char* value) = 0;
 
-    virtual void reserved_13() = 0;
+    virtual void reserved_13() = 0; ///< never called
 
     /// A call of a Python function by its full name, "namespace::function". The argument that
     /// follows in the list gets the call's own arguments by set_arguments.
     virtual void set_function(const char* name) = 0;
 
-    virtual void reserved_14() = 0;
+    virtual void reserved_14() = 0; ///< never called
 
     /// An analyzer that an earlier statement of the same section has named.
     virtual void set_analyzer(const char* name) = 0;
 
-    virtual void reserved_15() = 0;
+    virtual void reserved_15() = 0; ///< never called
 
     /// The whole content of a stored file, once. `bytes` may be null if `size` is 0.
     virtual void set_bytes(const unsigned char* bytes, std::size_t size) = 0;
@@ -91,9 +93,12 @@ public:
     /// A list of strings begins; list_add brings each of them, in order, and list_end ends it.
     virtual void list_begin() = 0;
 
-    virtual void reserved_16() = 0;
+    virtual void reserved_16() = 0; ///< never called
 
+    /// One string of the list.
     virtual void list_add(const char* value) = 0;
+
+    /// The list is complete.
     virtual void list_end() = 0;
 
     /// The arguments of the call that the argument before this one names. The list is the engine's:
@@ -101,6 +106,7 @@ public:
     /// for the arguments of an object until CScriptBody::object_end has returned.
     virtual void set_arguments(CScriptArguments* arguments) = 0;
 
+    /// The type that was given when the callback was made.
     EType type() const noexcept;
 
 private:

@@ -10,8 +10,10 @@ namespace engine {
 /// A callback that ignores every value: a host overrides the operations that it wants, and clone.
 class CScriptArgumentCallbackBase : public CScriptArgumentCallback {
 public:
+    /// Type 0.
     CScriptArgumentCallbackBase() noexcept = default;
 
+    /// A type of the host's choice, for its own use.
     explicit CScriptArgumentCallbackBase(EType type) noexcept : CScriptArgumentCallback(type) {}
 
     /// Takes over the type.

@@ -35,20 +35,22 @@ public:
 
     ~CScriptBody() override;
 
-    /// An object's head. The name is empty for an object without one.
+    /// An object's head: its name, empty for an object without one, its type, and the arguments
+    /// between its parentheses.
     virtual void object_begin(const char* object_name, EObjectType object_type,
                               CScriptArguments* arguments) = 0;
 
     /// A template parameter of the object; the value is empty if it has none.
     virtual void object_property(const char* key, const char* value) = 0;
 
-    /// A function called on the object.
+    /// A function called on the object, with the arguments between its parentheses.
     virtual void object_function(EFunctionType function_type, CScriptArguments* arguments) = 0;
 
     /// The object's closing brace.
     virtual void object_end() = 0;
 
-    /// A function called on the script as a whole, inside an object or outside.
+    /// A function called on the script as a whole, inside an object or outside, with the arguments
+    /// between its parentheses.
     virtual void global_function(EFunctionType function_type, CScriptArguments* arguments) = 0;
 
 private:

@@ -16,11 +16,11 @@ namespace engine {
 
 /// Platforms that a script applies to; values may be joined.
 enum EPlatformTypes : std::uint32_t {
-    platform_none = 0,
-    platform_android = 1,
-    platform_ios = 2,
-    platform_windows_phone = 4,
-    platform_blackberry = 8,
+    platform_none = 0,          ///< no platform
+    platform_android = 1,       ///< Android
+    platform_ios = 2,           ///< iOS
+    platform_windows_phone = 4, ///< Windows Phone
+    platform_blackberry = 8,    ///< BlackBerry
 };
 
 /// Joins platforms, so that they can be asked for or set in one call.
@@ -31,147 +31,147 @@ constexpr EPlatformTypes operator|(EPlatformTypes left, EPlatformTypes right) no
 
 /// Values that scripts spell as a prefix, a dot and a name, such as "plist.Dict".
 enum EEnumValue : int {
-    enum_unknown = 0,
-    enum_platform_android,
-    enum_platform_ios,
-    enum_platform_windows_phone,
-    enum_platform_blackberry,
-    enum_plist_array,
-    enum_plist_bool,
-    enum_plist_data,
-    enum_plist_date,
-    enum_plist_dict,
-    enum_plist_int,
-    enum_plist_int128,
-    enum_plist_key,
-    enum_plist_real,
-    enum_plist_string,
-    enum_plist_uid,
-    enum_plist_undefined,
-    enum_json_null,
-    enum_json_bool,
-    enum_json_double,
-    enum_json_string,
-    enum_json_array,
-    enum_json_object,
-    enum_json_undefined,
-    enum_javaobj_default,
-    enum_javaobj_google_quick_office,
-    enum_javaobj_google_maps,
-    enum_sqlite_none,
-    enum_sqlite_wechat,
-    enum_sqlite_threema,
-    enum_sqlite_silent_phone,
-    enum_sqlite_bbm,
-    enum_sqlite_shealth,
-    enum_obfs_mem,
-    enum_obfs_file,
-    enum_fs_raw,
-    enum_fs_app,
-    enum_fs_extra,
-    enum_proto_varint,
-    enum_proto_num32,
-    enum_proto_num64,
-    enum_proto_string,
-    enum_placeholder, ///< the number of values; no value itself
+    enum_unknown = 0,                 ///< "Unknown"
+    enum_platform_android,            ///< "platform.Android"
+    enum_platform_ios,                ///< "platform.iOS"
+    enum_platform_windows_phone,      ///< "platform.WindowsPhone"
+    enum_platform_blackberry,         ///< "platform.Blackberry"
+    enum_plist_array,                 ///< "plist.Array"
+    enum_plist_bool,                  ///< "plist.Bool"
+    enum_plist_data,                  ///< "plist.Data"
+    enum_plist_date,                  ///< "plist.Date"
+    enum_plist_dict,                  ///< "plist.Dict"
+    enum_plist_int,                   ///< "plist.Int"
+    enum_plist_int128,                ///< "plist.Int128"
+    enum_plist_key,                   ///< "plist.Key"
+    enum_plist_real,                  ///< "plist.Real"
+    enum_plist_string,                ///< "plist.String"
+    enum_plist_uid,                   ///< "plist.Uid"
+    enum_plist_undefined,             ///< "plist.Undefined"
+    enum_json_null,                   ///< "json.Null"
+    enum_json_bool,                   ///< "json.Bool"
+    enum_json_double,                 ///< "json.Double"
+    enum_json_string,                 ///< "json.String"
+    enum_json_array,                  ///< "json.Array"
+    enum_json_object,                 ///< "json.Object"
+    enum_json_undefined,              ///< "json.Undefined"
+    enum_javaobj_default,             ///< "javaobj.Default"
+    enum_javaobj_google_quick_office, ///< "javaobj.GoogleQuickOffice"
+    enum_javaobj_google_maps,         ///< "javaobj.GoogleMaps"
+    enum_sqlite_none,                 ///< "sqlite.None"
+    enum_sqlite_wechat,               ///< "sqlite.WeChat"
+    enum_sqlite_threema,              ///< "sqlite.Threema"
+    enum_sqlite_silent_phone,         ///< "sqlite.SilentPhone"
+    enum_sqlite_bbm,                  ///< "sqlite.BBM"
+    enum_sqlite_shealth,              ///< "sqlite.SHealth"
+    enum_obfs_mem,                    ///< "obfs.Mem"
+    enum_obfs_file,                   ///< "obfs.File"
+    enum_fs_raw,                      ///< "fs.Raw"
+    enum_fs_app,                      ///< "fs.App"
+    enum_fs_extra,                    ///< "fs.Extra"
+    enum_proto_varint,                ///< "proto.Varint"
+    enum_proto_num32,                 ///< "proto.Num32"
+    enum_proto_num64,                 ///< "proto.Num64"
+    enum_proto_string,                ///< "proto.String"
+    enum_placeholder,                 ///< the number of values; no value itself
 };
 
 /// Types of the objects that a script's body makes.
 enum EObjectType : int {
-    object_unknown = 0,
-    object_default_analyzer,
-    object_xml_analyzer,
-    object_sqlite_analyzer,
-    object_json_analyzer,
-    object_text_analyzer,
-    object_protobuf_analyzer,
-    object_ini_analyzer,
-    object_vcard_analyzer,
-    object_java_object_analyzer,
-    object_plist_analyzer,
-    object_cookies_analyzer,
-    object_cache_analyzer,
-    object_obfuscated_analyzer,
-    object_smart_analyzer,
-    object_zip_analyzer,
-    object_media_analyzer,
-    object_dyn_dict_analyzer,
-    object_flattened_data_analyzer,
-    object_content_provider_analyzer,
-    object_content_provider_contacts_analyzer,
-    object_snss_analyzer,
-    object_location_log_analyzer,
-    object_user_log_file_analyzer,
-    object_device_idle_log_analyzer,
-    object_netstat_log_analyzer,
-    object_notification_log_analyzer,
-    object_wifi_log_analyzer,
-    object_badoo_cache_analyzer,
-    object_evernote_thumbs_analyzer,
-    object_fb_messanger_act_analyzer,
-    object_opera_history_analyzer,
-    object_puffin_history_log_analyzer,
-    object_silk_browser_tabs_analyzer,
-    object_strava_activity_analyzer,
-    object_uber_cache_analyzer,
-    object_uber_ldb_analyzer,
-    object_vaulty_analyzer,
-    object_whatsapp_backup_analyzer,
-    object_xiaomi_notepads_analyzer,
-    object_google_fit_cache_analyzer,
-    object_generic_analyzer,
-    object_placeholder, ///< the number of types; no type itself
+    object_unknown = 0,                        ///< "Unknown"
+    object_default_analyzer,                   ///< "DefaultAnalyzer"
+    object_xml_analyzer,                       ///< "XmlAnalyzer"
+    object_sqlite_analyzer,                    ///< "SqliteAnalyzer"
+    object_json_analyzer,                      ///< "JsonAnalyzer"
+    object_text_analyzer,                      ///< "TextAnalyzer"
+    object_protobuf_analyzer,                  ///< "ProtobufAnalyzer"
+    object_ini_analyzer,                       ///< "IniAnalyzer"
+    object_vcard_analyzer,                     ///< "VCardAnalyzer"
+    object_java_object_analyzer,               ///< "JavaObjectAnalyzer"
+    object_plist_analyzer,                     ///< "PlistAnalyzer"
+    object_cookies_analyzer,                   ///< "CookiesAnalyzer"
+    object_cache_analyzer,                     ///< "CacheAnalyzer"
+    object_obfuscated_analyzer,                ///< "ObfuscatedAnalyzer"
+    object_smart_analyzer,                     ///< "SmartAnalyzer"
+    object_zip_analyzer,                       ///< "ZipAnalyzer"
+    object_media_analyzer,                     ///< "MediaAnalyzer"
+    object_dyn_dict_analyzer,                  ///< "DynDictAnalyzer"
+    object_flattened_data_analyzer,            ///< "FlattenedDataAnalyzer"
+    object_content_provider_analyzer,          ///< "ContentProviderAnalyzer"
+    object_content_provider_contacts_analyzer, ///< "ContentProviderContactsAnalyzer"
+    object_snss_analyzer,                      ///< "SnssAnalyzer"
+    object_location_log_analyzer,              ///< "LocationLogAnalyzer"
+    object_user_log_file_analyzer,             ///< "UserLogFileAnalyzer"
+    object_device_idle_log_analyzer,           ///< "DeviceIdleLogAnalyzer"
+    object_netstat_log_analyzer,               ///< "NetstatLogAnalyzer"
+    object_notification_log_analyzer,          ///< "NotificationLogAnalyzer"
+    object_wifi_log_analyzer,                  ///< "WifiLogAnalyzer"
+    object_badoo_cache_analyzer,               ///< "BadooCacheAnalyzer"
+    object_evernote_thumbs_analyzer,           ///< "EvernoteThumbsAnalyzer"
+    object_fb_messanger_act_analyzer,          ///< "FbMessangerActAnalyzer"
+    object_opera_history_analyzer,             ///< "OperaHistoryAnalyzer"
+    object_puffin_history_log_analyzer,        ///< "PuffinHistoryLogAnalyzer"
+    object_silk_browser_tabs_analyzer,         ///< "SilkBrowserTabsAnalyzer"
+    object_strava_activity_analyzer,           ///< "StravaActivityAnalyzer"
+    object_uber_cache_analyzer,                ///< "UberCacheAnalyzer"
+    object_uber_ldb_analyzer,                  ///< "UberLdbAnalyzer"
+    object_vaulty_analyzer,                    ///< "VaultyAnalyzer"
+    object_whatsapp_backup_analyzer,           ///< "WhatsAppBackupAnalyzer"
+    object_xiaomi_notepads_analyzer,           ///< "XiaomiNotepadsAnalyzer"
+    object_google_fit_cache_analyzer,          ///< "GoogleFitCacheAnalyzer"
+    object_generic_analyzer,                   ///< "GenericAnalyzer"
+    object_placeholder,                        ///< the number of types; no type itself
 };
 
 /// Functions that a script's body calls.
 enum EFunctionType : int {
-    function_unknown = 0,
-    function_add_constant_to_xquery,
-    function_add_domain_group_folder,
-    function_add_additional_folder,
-    function_add_keychain_xml,
-    function_set_recreate_filesystem_folders,
-    function_set_path_to_id_modifier,
-    function_id_on_text,
-    function_customizable_id_ref_on_text,
-    function_id_ref_on_text,
-    function_function_on_text,
-    function_extract_to_new_attribute,
-    function_analyze_const_text,
-    function_analyze_text,
-    function_analyze_attribute,
-    function_id_on_attribute,
-    function_id_ref_on_attribute,
-    function_function_on_attribute,
-    function_analyze_const_thumbnail,
-    function_analyze_object,
-    function_analyze_value,
-    function_function_on_value,
-    function_analyze_const_value,
-    function_set_specific,
-    function_set_file_function,
-    function_set_analyzer,
-    function_analyze_column,
-    function_analyze_const_column,
-    function_analyze_const_columns,
-    function_function_on_column,
-    function_function_on_columns,
-    function_customizable_id_on_column,
-    function_id_on_column,
-    function_customizable_id_on_columns,
-    function_id_on_columns,
-    function_customizable_id_ref_on_column,
-    function_id_ref_on_column,
-    function_customizable_id_ref_on_columns,
-    function_id_ref_on_columns,
-    function_extract_to_new_column,
-    function_add_selected_tables,
-    function_set_recovery_filtering_on_columns,
-    function_discard_all_non_valid_recovery_lines,
-    function_force_functions_on_null_value,
-    function_set_instant_initialize,
-    function_merge_database_records,
-    function_placeholder, ///< the number of functions; no function itself
+    function_unknown = 0,                          ///< "Unknown"
+    function_add_constant_to_xquery,               ///< "addConstantToXQuery"
+    function_add_domain_group_folder,              ///< "addDomainGroupFolder"
+    function_add_additional_folder,                ///< "addAdditionalFolder"
+    function_add_keychain_xml,                     ///< "addKeychainXml"
+    function_set_recreate_filesystem_folders,      ///< "setRecreateFilesystemFolders"
+    function_set_path_to_id_modifier,              ///< "setPathToIdModifier"
+    function_id_on_text,                           ///< "idOnText"
+    function_customizable_id_ref_on_text,          ///< "customizableIdRefOnText"
+    function_id_ref_on_text,                       ///< "idRefOnText"
+    function_function_on_text,                     ///< "functionOnText"
+    function_extract_to_new_attribute,             ///< "extractToNewAttribute"
+    function_analyze_const_text,                   ///< "analyzeConstText"
+    function_analyze_text,                         ///< "analyzeText"
+    function_analyze_attribute,                    ///< "analyzeAttribute"
+    function_id_on_attribute,                      ///< "idOnAttribute"
+    function_id_ref_on_attribute,                  ///< "idRefOnAttribute"
+    function_function_on_attribute,                ///< "functionOnAttribute"
+    function_analyze_const_thumbnail,              ///< "analyzeConstThumbnail"
+    function_analyze_object,                       ///< "analyzeObject"
+    function_analyze_value,                        ///< "analyzeValue"
+    function_function_on_value,                    ///< "functionOnValue"
+    function_analyze_const_value,                  ///< "analyzeConstValue"
+    function_set_specific,                         ///< "setSpecific"
+    function_set_file_function,                    ///< "setFileFunction"
+    function_set_analyzer,                         ///< "setAnalyzer"
+    function_analyze_column,                       ///< "analyzeColumn"
+    function_analyze_const_column,                 ///< "analyzeConstColumn"
+    function_analyze_const_columns,                ///< "analyzeConstColumns"
+    function_function_on_column,                   ///< "functionOnColumn"
+    function_function_on_columns,                  ///< "functionOnColumns"
+    function_customizable_id_on_column,            ///< "customizableIdOnColumn"
+    function_id_on_column,                         ///< "idOnColumn"
+    function_customizable_id_on_columns,           ///< "customizableIdOnColumns"
+    function_id_on_columns,                        ///< "idOnColumns"
+    function_customizable_id_ref_on_column,        ///< "customizableIdRefOnColumn"
+    function_id_ref_on_column,                     ///< "idRefOnColumn"
+    function_customizable_id_ref_on_columns,       ///< "customizableIdRefOnColumns"
+    function_id_ref_on_columns,                    ///< "idRefOnColumns"
+    function_extract_to_new_column,                ///< "extractToNewColumn"
+    function_add_selected_tables,                  ///< "addSelectedTables"
+    function_set_recovery_filtering_on_columns,    ///< "setRecoveryFilteringOnColumns"
+    function_discard_all_non_valid_recovery_lines, ///< "discardAllNonValidRecoveryLines"
+    function_force_functions_on_null_value,        ///< "forceFunctionsOnNullValue"
+    function_set_instant_initialize,               ///< "setInstantInitialize"
+    function_merge_database_records,               ///< "mergeDatabaseRecords"
+    function_placeholder,                          ///< the number of functions; no function itself
 };
 
 /// A set of platforms, passed by value.
@@ -190,9 +190,16 @@ public:
     /// The given platforms.
     CPlatformType(EPlatformTypes platforms) noexcept;
 
+    /// The same platforms.
     CPlatformType(const CPlatformType&) noexcept = default;
+
+    /// The same platforms; the other set keeps them too.
     CPlatformType(CPlatformType&&) noexcept = default;
+
+    /// Takes the other's platforms in place of its own.
     CPlatformType& operator=(const CPlatformType& other) noexcept;
+
+    /// Takes the other's platforms in place of its own.
     CPlatformType& operator=(CPlatformType&& other) noexcept;
 
     /// The flags, joined.
@@ -219,7 +226,10 @@ private:
 /// Names of EEnumValue.
 class MV_API CEnumValue {
 public:
+    /// Holds nothing: all there is is static.
     CEnumValue() noexcept = default;
+
+    /// Copies nothing.
     CEnumValue(const CEnumValue&) noexcept = default;
 
     /// Changes nothing.
@@ -242,7 +252,10 @@ public:
 /// Names of EObjectType.
 class MV_API CObjectValue {
 public:
+    /// Holds nothing: all there is is static.
     CObjectValue() noexcept = default;
+
+    /// Copies nothing.
     CObjectValue(const CObjectValue&) noexcept = default;
 
     /// Changes nothing.
@@ -261,7 +274,10 @@ public:
 /// Names of EFunctionType.
 class MV_API CFunctionValue {
 public:
+    /// Holds nothing: all there is is static.
     CFunctionValue() noexcept = default;
+
+    /// Copies nothing.
     CFunctionValue(const CFunctionValue&) noexcept = default;
 
     /// Changes nothing.
