@@ -1,4 +1,4 @@
-# Library, public headers, tool, CMake package and pkg-config file, in the usual places.
+# Library, public headers, tool with its man pages, CMake package and pkg-config file, in the usual places.
 include(CMakePackageConfigHelpers)
 
 set(morvantic_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/morvantic)
@@ -26,6 +26,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/morvantic.pc
 
 if(TARGET morvantic_tool)
     install(TARGETS morvantic_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    get_target_property(man_pages man_pages MAN_PAGES)
+    install(FILES ${man_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -16,7 +16,8 @@ BEGIN {
     for (i = 1; i <= count; ++i) take(blocks[i])
     if (summary == "") fail("The help of " title " is not as it should be.")
 
-    write(".TH " escaped(toupper(title)) " 1 \"\" \"morvantic " version "\" \"User Commands\"\n.nh\n.ad l\n")
+    write(".TH " escaped(toupper(title)) " 1 \"\" \"morvantic " version "\" \"User Commands\"\n")
+    write(".nh\n.ad l\n") # what is to be typed is neither broken nor stretched
     section("NAME", escaped(title) " \\- " escaped(lower_first(summary)) "\n")
     section("SYNOPSIS", synopsis)
     section("DESCRIPTION", description)
