@@ -8,6 +8,7 @@ doxygen=$1
 doxyfile=$2
 values=$3/mvx/morvantic/scriptvalues
 
+rm -rf "$(dirname "$doxyfile")/api"
 "$doxygen" "$doxyfile"
 diff -u --label headers <(sed -n 's|.* ///< \(".*"\)$|\1|p' "$values.h") \
         --label library <(sed -n 's|^    \(".*"\),$|\1|p' "$values.cpp" | grep -v '"Placeholder"')
