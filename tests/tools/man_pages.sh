@@ -15,9 +15,9 @@ check() {
     [[ -z $text ]] || fail "$text"
     [[ $(sed -n 's/^\.SH //p' "$page") == "$(printf '%s\n' "$@")" ]] || fail "$page: other sections"
     text=$(groff -man -Tascii -P-cbou "$page" | tr -s ' \n' ' ')
-    for option in $(grep -o '^  -[^ ]*' <<<"$help"); do
+    while read -r option; do
         [[ $text == *" $option"* ]] || fail "$page: no $option"
-    done
+    done < <(grep -o '^  -[^ ]*' <<<"$help")
 }
 
 check "$pages/morvantic.1" "$("$tool" --help)" \
