@@ -1,0 +1,24 @@
+#pragma once
+
+#include <morvantic/morvantic.h>
+
+#include <optional>
+#include <string>
+
+/// One whole file of the installed package, by its path in the package; nothing if there is none.
+/// A package delivers any of its files by each of the four get_ operations, so one is enough here.
+inline std::optional<std::string> package_file(const std::string& name) {
+    struct file_bytes : engine::CScriptArgumentCallbackOf<file_bytes> {
+        std::string content;
+
+        void set_bytes(const unsigned char* bytes, std::size_t size) override {
+            if (size != 0) content.assign(reinterpret_cast<const char*>(bytes), size);
+        }
+    } file;
+
+    const std::wstring wide = engine::to_wide(name);
+    if (!engine::CScriptStorageInterface::get_resource_file(wide.c_str(), &file)) {
+        return std::nullopt;
+    }
+    return file.content;
+}
