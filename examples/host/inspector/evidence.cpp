@@ -1,0 +1,197 @@
+#include "evidence.h"
+
+#include <algorithm>
+#include <ostream>
+
+namespace inspector {
+
+namespace {
+
+/// Text as XML has it. What XML cannot hold, and bytes that are no UTF-8, become U+FFFD.
+std::string escaped(std::string_view text) {
+    std::wstring result;
+    for (const wchar_t c : engine::to_wide(text)) {
+        const auto code = static_cast<char32_t>(c);
+        switch (code) {
+        case '&':
+            result += L"&amp;";
+            continue;
+        case '<':
+            result += L"&lt;";
+            continue;
+        case '>':
+            result += L"&gt;";
+            continue;
+        case '"':
+            result += L"&quot;";
+            continue;
+        case '\t':
+            result += L"&#9;";
+            continue;
+        case '\n':
+            result += L"&#10;";
+            continue;
+        case '\r':
+            result += L"&#13;";
+            continue;
+        default:
+            break;
+        }
+        const bool is_lost =
+            code < 0x20 || (code >= 0xD800 && code < 0xE000) || code == 0xFFFE || code == 0xFFFF;
+        result += is_lost ? wchar_t{0xFFFD} : c;
+    }
+    return engine::to_utf8(result);
+}
+
+std::string attribute(const char* name, std::string_view text) {
+    if (text.empty()) return {};
+    return std::string(" ") + name + "=\"" + escaped(text) + '"';
+}
+
+/// An element that holds a value, and below it whatever `print_below` prints.
+template <class Below>
+void print_element(std::ostream& out, int depth, const char* name, const std::string& attributes,
+                   const value& content, bool has_below, Below&& print_below) {
+    const std::string indent(static_cast<std::size_t>(depth) * 2, ' ');
+    out << indent << '<' << name << attributes;
+    if (content.is_binary()) out << " encoding=\"base64\"";
+    const std::string text = escaped(to_text(content));
+    if (text.empty() && !has_below) {
+        out << "/>\n";
+        return;
+    }
+    out << '>' << text;
+    if (has_below) {
+        out << '\n';
+        print_below();
+        out << indent;
+    }
+    out << "</" << name << ">\n";
+}
+
+void print(std::ostream& out, const std::vector<source>& sources, int depth) {
+    for (const source& found : sources)
+        print(out, found, depth);
+}
+
+void print(std::ostream& out, const record& found, int depth) {
+    const std::string attributes =
+        attribute("kind", found.kind) + attribute("state", "live") + attribute("id", found.id);
+    print_element(out, depth, "record", attributes, {}, !found.fields.empty(), [&] {
+        for (const field& item : found.fields) {
+            if (item.content.is_null() && item.ref.empty()) continue;
+            print_element(out, depth + 1, "field",
+                          attribute("name", item.name) + attribute("ref", item.ref), item.content,
+                          !item.inside.empty(), [&] { print(out, item.inside, depth + 2); });
+        }
+    });
+}
+
+void print(std::ostream& out, const node& found, int depth) {
+    const std::string attributes = attribute("key", found.key) +
+                                   attribute("type", engine::CEnumValue::get_enum_name(found.type));
+    const bool has_below = !found.below.empty() || !found.inside.empty();
+    print_element(out, depth, "node", attributes, found.content, has_below, [&] {
+        for (const node& item : found.below)
+            print(out, item, depth + 1);
+        print(out, found.inside, depth + 1);
+    });
+}
+
+constexpr std::string_view base64_digits =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+} // namespace
+
+field& record::at(const std::string& name) {
+    const auto found = std::find_if(fields.begin(), fields.end(),
+                                    [&name](const field& item) { return item.name == name; });
+    if (found != fields.end()) return *found;
+    fields.push_back({name});
+    return fields.back();
+}
+
+value record::content(const std::string& name) const {
+    for (const field& item : fields) {
+        if (item.name == name) return item.content;
+    }
+    return nullptr;
+}
+
+std::string to_text(const value& content) {
+    if (content.is_null()) return {};
+    if (content.is_string()) return content.get<std::string>();
+    if (content.is_binary()) return to_base64(content.get_binary());
+    return content.dump(-1, ' ', false, value::error_handler_t::replace);
+}
+
+std::string to_base64(const value::binary_t& bytes) {
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        std::uint32_t group = 0;
+        for (std::size_t k = 0; k != 3; ++k)
+            group = (group << 8) | (i + k < bytes.size() ? bytes[i + k] : 0U);
+        for (std::size_t k = 0; k != 4; ++k)
+            text += i + k > bytes.size() ? '=' : base64_digits[(group >> (18 - 6 * k)) & 63];
+    }
+    return text;
+}
+
+std::vector<std::uint8_t> from_base64(std::string_view text) {
+    std::vector<std::uint8_t> bytes;
+    std::uint32_t group = 0;
+    int bits = 0;
+    for (const char c : text) {
+        const std::size_t digit = base64_digits.find(c);
+        if (digit == std::string_view::npos) break; // padding
+        group = (group << 6) | static_cast<std::uint32_t>(digit);
+        bits += 6;
+        if (bits < 8) continue;
+        bits -= 8;
+        bytes.push_back(static_cast<std::uint8_t>(group >> bits));
+    }
+    return bytes;
+}
+
+std::string to_bytes(const value& content) {
+    if (!content.is_binary()) return to_text(content);
+    const value::binary_t& bytes = content.get_binary();
+    return {bytes.begin(), bytes.end()};
+}
+
+value from_bytes(std::string_view bytes) {
+    return value::binary(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
+}
+
+void print_begin(std::ostream& out, const std::string& app, const std::string& platform) {
+    out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<evidence" << attribute("package", app)
+        << attribute("platform", platform) << ">\n";
+}
+
+void print(std::ostream& out, const source& found, int depth) {
+    const std::string attributes = attribute("analyzer", found.analyzer) +
+                                   attribute("path", found.path) + attribute("id", found.id) +
+                                   attribute("state", found.state ? found.state : "");
+    const value root_content = found.tree.empty() ? value() : found.tree.front().content;
+    const bool has_tree = !found.tree.empty() && !found.tree.front().below.empty();
+    print_element(out, depth, "source", attributes, root_content,
+                  !found.records.empty() || has_tree, [&] {
+                      for (const record& item : found.records)
+                          print(out, item, depth + 1);
+                      if (!has_tree) return;
+                      for (const node& item : found.tree.front().below)
+                          print(out, item, depth + 1);
+                  });
+}
+
+void print_end(std::ostream& out, const std::vector<std::string>& left_out) {
+    for (std::string item : left_out) {
+        for (std::size_t at; (at = item.find("--")) != std::string::npos;)
+            item.insert(at + 1, " "); // a comment ends at two of them
+        out << "  <!-- " << escaped(item) << " -->\n";
+    }
+    out << "</evidence>\n";
+}
+
+} // namespace inspector

@@ -1,0 +1,271 @@
+#include "python_calls.h"
+
+#include "../package_file.h"
+#include "python_driver.h"
+
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace inspector {
+
+namespace {
+
+constexpr int longest_call = 60000; // milliseconds
+
+[[noreturn]] void fail(const char* what, int code = errno) {
+    throw std::system_error(code, std::generic_category(), what);
+}
+
+class descriptor {
+public:
+    explicit descriptor(int number = -1) : m_number(number) {}
+
+    descriptor(descriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
+
+    descriptor& operator=(descriptor&& other) noexcept {
+        std::swap(m_number, other.m_number);
+        return *this;
+    }
+
+    ~descriptor() {
+        if (m_number != -1) close(m_number);
+    }
+
+    int get() const { return m_number; }
+
+private:
+    int m_number;
+};
+
+/// The module's name for Python: its path without folders and ending.
+std::string stem(const std::string& path) { return std::filesystem::path(path).stem().string(); }
+
+/// A value for the driver: bytes and dictionaries are marked, so that neither can pass for the
+/// other.
+value packed(const value& content) {
+    if (content.is_binary()) return {{"bytes", to_base64(content.get_binary())}};
+    if (!content.is_structured()) return content;
+    value list = value::array();
+    for (const auto& [key, item] : content.items())
+        list.push_back(content.is_array() ? packed(item) : value::array({key, packed(item)}));
+    return content.is_array() ? list : value{{"dict", list}};
+}
+
+value unpacked(const value& result) {
+    if (!result.is_object()) return result;
+    return value::binary(from_base64(result.at("bytes").get_ref<const std::string&>()));
+}
+
+} // namespace
+
+/// A process with a line to talk over. It is gone when this object is.
+class python_calls::child {
+public:
+    child() {
+        std::array<int, 2> ends{};
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
+            fail("socketpair");
+        m_talk = descriptor(ends[0]);
+        const descriptor other_end(ends[1]);
+
+        posix_spawn_file_actions_t files{};
+        posix_spawn_file_actions_init(&files);
+        posix_spawn_file_actions_adddup2(&files, other_end.get(), STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&files, other_end.get(), STDOUT_FILENO);
+        // -I: neither the environment nor the working directory has a say in what is imported.
+        const std::array<const char*, 5> words{"python3", "-I", "-c", python_driver, nullptr};
+        const int code = posix_spawnp(&m_process, words[0], &files, nullptr,
+                                      const_cast<char* const*>(words.data()), environ);
+        posix_spawn_file_actions_destroy(&files);
+        if (code != 0) fail("python3 cannot be started", code);
+    }
+
+    child(const child&) = delete;
+    child& operator=(const child&) = delete;
+
+    ~child() {
+        kill(m_process, SIGKILL);
+        waitpid(m_process, nullptr, 0);
+    }
+
+    void send(const value& message) {
+        const std::string line = message.dump(-1, ' ', false, value::error_handler_t::replace);
+        write(line + '\n');
+    }
+
+    value receive() {
+        std::size_t end = 0;
+        while ((end = m_received.find('\n')) == std::string::npos)
+            read_more();
+        const value message = value::parse(m_received.substr(0, end));
+        m_received.erase(0, end + 1);
+        return message;
+    }
+
+private:
+    void write(std::string_view rest) {
+        while (!rest.empty()) {
+            // Not SIGPIPE, which would end the host with the child.
+            const ssize_t sent = ::send(m_talk.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
+            if (sent < 0 && errno == EINTR) continue;
+            if (sent < 0) fail("python3 has ended");
+            rest.remove_prefix(static_cast<std::size_t>(sent));
+        }
+    }
+
+    void read_more() {
+        pollfd ready{m_talk.get(), POLLIN, 0};
+        if (poll(&ready, 1, longest_call) == 0) {
+            kill(m_process, SIGKILL);
+            throw std::runtime_error("python3 took too long");
+        }
+        std::array<char, 65536> bytes{};
+        const ssize_t count = ::read(m_talk.get(), bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR) return;
+        if (count <= 0) throw std::runtime_error("python3 has ended");
+        m_received.append(bytes.data(), static_cast<std::size_t>(count));
+    }
+
+    descriptor m_talk;
+    pid_t m_process = 0;
+    std::string m_received;
+};
+
+python_calls::python_calls(std::map<std::string, python_module> modules, hook answer_hook)
+    : m_modules(std::move(modules)), m_hook(std::move(answer_hook)) {}
+
+python_calls::~python_calls() = default;
+
+value python_calls::run(const recorder::value& call, const value& input) {
+    const definition& known = defined(call);
+    if (!known.error.empty()) throw std::runtime_error(known.error);
+    return answer_to({{"run", known.number}, {"value", packed(input)}});
+}
+
+const python_calls::definition& python_calls::defined(const recorder::value& call) {
+    const int number = static_cast<int>(m_definitions.size());
+    const auto [found, is_new] = m_definitions.try_emplace(&call, definition{number, {}});
+    if (!is_new) return found->second;
+    try {
+        if (!m_child) {
+            m_child = std::make_unique<child>();
+            answer_to({{"modules", modules()}});
+        }
+        answer_to({{"define", number}, {"program", program(call)}});
+    } catch (const std::exception& failure) {
+        found->second.error = failure.what();
+    }
+    return found->second;
+}
+
+value python_calls::answer_to(const value& request) {
+    m_child->send(request);
+    for (;;) {
+        const value message = m_child->receive();
+        if (message.contains("error")) {
+            throw std::runtime_error(message["error"].get<std::string>());
+        }
+        if (!message.contains("ask")) return unpacked(message.at("value"));
+        try {
+            const std::string file = m_hook(message["ask"], message.at("names"));
+            m_child->send({{"value", packed(from_bytes(file))}});
+        } catch (const std::exception& failure) {
+            m_child->send({{"error", failure.what()}});
+        }
+    }
+}
+
+value python_calls::modules() const {
+    value sources = value::object();
+    const auto add = [&sources](const std::string& path) {
+        if (const auto source = package_file(path)) sources[stem(path)] = *source;
+    };
+    add("Default.py");
+    for (const auto& [where, module] : m_modules) {
+        add(module.path);
+        for (const std::string& path : module.dependencies)
+            add(path);
+    }
+    return sources;
+}
+
+std::string python_calls::module_name(const std::string& where) const {
+    const auto found = m_modules.find(where);
+    if (found == m_modules.end()) throw script_error("there is no module " + where);
+    return stem(found->second.path);
+}
+
+/// A call with all calls in it as one list of steps, so that a script may nest as deep as it likes.
+value python_calls::program(const recorder::value& call) const {
+    struct writer {
+        const python_calls& owner;
+        value steps = value::array();
+
+        struct open_call {
+            const recorder::value* item;
+            std::size_t count;
+        };
+
+        std::vector<open_call> open{};
+
+        void leaf(const recorder::value& item) {
+            count();
+            switch (item.kind) {
+            case recorder::value_int:
+                push(item.number);
+                break;
+            case recorder::value_bool:
+                push(item.number != 0);
+                break;
+            case recorder::value_texts:
+                push(item.texts);
+                break;
+            case recorder::value_call:
+                finish(item, 0);
+                break;
+            default:
+                push(item.text);
+                break;
+            }
+        }
+
+        void call_begin(const recorder::value& item) {
+            count();
+            open.push_back({&item, 0});
+        }
+
+        void call_end() {
+            const open_call ended = open.back();
+            open.pop_back();
+            finish(*ended.item, ended.count);
+        }
+
+        void count() {
+            if (!open.empty()) ++open.back().count;
+        }
+
+        void push(value content) { steps.push_back({"push", std::move(content)}); }
+
+        void finish(const recorder::value& item, std::size_t arguments) {
+            const std::size_t colons = item.text.find("::");
+            steps.push_back({"call", owner.module_name(item.text.substr(0, colons)),
+                             item.text.substr(colons + 2), arguments});
+        }
+    } writing{*this};
+
+    recorder::walk(recorder::value_list({call}), writing);
+    return writing.steps;
+}
+
+} // namespace inspector

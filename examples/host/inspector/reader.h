@@ -1,0 +1,83 @@
+#pragma once
+
+#include "evidence.h"
+#include "python_calls.h"
+#include "script_plan.h"
+#include "stores.h"
+
+#include <map>
+#include <optional>
+#include <ostream>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace inspector {
+
+/// What is at fault, each told once.
+class complaints {
+public:
+    explicit complaints(std::ostream& out) : m_out(out) {}
+
+    void add(const std::string& text) {
+        if (m_told.insert(text).second) m_out << "inspector: " << text << '\n';
+    }
+
+    bool any() const { return !m_told.empty(); }
+
+private:
+    std::ostream& m_out;
+    std::set<std::string> m_told;
+};
+
+/// Reads the stores as the analyzers of one Script section say, and lets their functions work.
+class reader {
+public:
+    reader(const section& script_section, stores& files, python_calls& python, complaints& faults);
+
+    /// What an analyzer makes of its files. A helper has none: others hand values to it.
+    std::vector<source> read(const analyzer& how);
+
+    /// Whether a function in an analyzer has its effect.
+    static bool carries_out(const analyzer& how, const recorder::call& made);
+
+private:
+    /// One function at work, on one kind of record or on one path of a tree.
+    struct statement {
+        const analyzer& how;
+        const recorder::call& call;
+        arguments_of arguments;
+        std::size_t nesting; // analyzers that have handed on what this one reads
+
+        std::string operator()() const { return how.name + ": " + spelled(call); }
+    };
+
+    source read_file(const analyzer& how, engine::EEnumValue place, const std::string& path,
+                     std::size_t nesting);
+    void fill(source& found, const analyzer& how, const value& content,
+              const std::optional<std::string>& write_ahead_log, std::size_t nesting);
+    void parse(source& found, const analyzer& how, const std::string& bytes,
+               const std::optional<std::string>& write_ahead_log);
+
+    void apply_to_records(const analyzer& how, std::vector<record>& records, std::size_t nesting);
+    void apply_to_tree(const analyzer& how, node& root, std::size_t nesting);
+
+    void work_on(const statement& todo, record& row, const value& input);
+    void work_on(const statement& todo, node& item);
+
+    value run(const statement& todo, std::size_t argument, const value& input);
+    std::string identifier(const statement& todo, const value& input);
+    source read_value(const statement& todo, const value& content);
+    source read_const(const statement& todo, const value& input);
+    const analyzer& helper(const statement& todo, std::size_t argument) const;
+
+    const section& m_section;
+    stores& m_stores;
+    python_calls& m_python;
+    complaints& m_complaints;
+};
+
+/// What this host cannot read, and the functions and options that it does not carry out.
+std::vector<std::string> left_out(const script_plan& plan);
+
+} // namespace inspector

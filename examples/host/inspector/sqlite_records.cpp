@@ -1,0 +1,148 @@
+#include "sqlite_records.h"
+
+#include <sqlite3.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace inspector {
+
+namespace {
+
+/// A folder for a copy of a database: SQLite writes beside what it opens, and the evidence has to
+/// stay as it is.
+class scratch_folder {
+public:
+    scratch_folder() {
+        std::string name = (fs::temp_directory_path() / "inspector-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) {
+            throw std::system_error(errno, std::generic_category(), "temporary folder");
+        }
+        m_path = name;
+    }
+
+    scratch_folder(const scratch_folder&) = delete;
+    scratch_folder& operator=(const scratch_folder&) = delete;
+
+    ~scratch_folder() {
+        std::error_code ignored;
+        fs::remove_all(m_path, ignored);
+    }
+
+    fs::path write(const char* name, const std::string& content) const {
+        const fs::path path = m_path / name;
+        std::ofstream file(path, std::ios::binary);
+        file << content;
+        if (!file.flush()) throw std::runtime_error("no room for a copy of the database");
+        return path;
+    }
+
+private:
+    fs::path m_path;
+};
+
+struct closer {
+    void operator()(sqlite3* database) const { sqlite3_close(database); }
+
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+
+using database_handle = std::unique_ptr<sqlite3, closer>;
+using statement_handle = std::unique_ptr<sqlite3_stmt, closer>;
+
+[[noreturn]] void fail(sqlite3* database) { throw std::runtime_error(sqlite3_errmsg(database)); }
+
+database_handle open(const fs::path& path) {
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
+    database_handle database(opened); // there is one even then
+    if (code != SQLITE_OK) fail(opened);
+    // The file is foreign: its views and triggers may call nothing that has an effect.
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    return database;
+}
+
+statement_handle prepare(sqlite3* database, const std::string& query) {
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(database, query.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
+        fail(database);
+    }
+    return statement_handle(statement);
+}
+
+bool step(sqlite3* database, sqlite3_stmt* statement) {
+    const int code = sqlite3_step(statement);
+    if (code != SQLITE_ROW && code != SQLITE_DONE) fail(database);
+    return code == SQLITE_ROW;
+}
+
+std::string quoted(const std::string& name) {
+    std::string result = "\"";
+    for (const char c : name)
+        result += c == '"' ? "\"\"" : std::string(1, c);
+    return result + '"';
+}
+
+value column(sqlite3_stmt* row, int place) {
+    const int type = sqlite3_column_type(row, place);
+    if (type == SQLITE_INTEGER) return sqlite3_column_int64(row, place);
+    if (type == SQLITE_FLOAT) return sqlite3_column_double(row, place);
+    if (type == SQLITE_NULL) return nullptr;
+    const void* bytes = sqlite3_column_blob(row, place);
+    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, place));
+    const std::string_view content(static_cast<const char*>(bytes), size);
+    return type == SQLITE_TEXT ? value(content) : from_bytes(content);
+}
+
+std::vector<std::string> all_tables(sqlite3* database) {
+    const statement_handle list =
+        prepare(database, "SELECT name FROM sqlite_master WHERE type = 'table' AND "
+                          "name NOT LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY name");
+    std::vector<std::string> names;
+    while (step(database, list.get()))
+        names.push_back(to_text(column(list.get(), 0)));
+    return names;
+}
+
+void read_table(sqlite3* database, const std::string& table, std::vector<record>& records) {
+    const statement_handle rows = prepare(database, "SELECT * FROM " + quoted(table));
+    while (step(database, rows.get())) {
+        record row{table};
+        for (int i = 0; i != sqlite3_column_count(rows.get()); ++i)
+            row.fields.push_back({sqlite3_column_name(rows.get(), i), column(rows.get(), i)});
+        records.push_back(std::move(row));
+    }
+}
+
+} // namespace
+
+std::vector<std::string> read_sqlite(const std::string& database,
+                                     const std::optional<std::string>& write_ahead_log,
+                                     const std::vector<std::string>& tables,
+                                     std::vector<record>& records) {
+    const scratch_folder scratch;
+    const fs::path path = scratch.write("copy", database);
+    if (write_ahead_log) scratch.write("copy-wal", *write_ahead_log);
+    const database_handle handle = open(path);
+    const std::vector<std::string> existing = all_tables(handle.get());
+
+    std::vector<std::string> faults;
+    for (const std::string& table : tables.empty() ? existing : tables) {
+        try {
+            read_table(handle.get(), table, records);
+        } catch (const std::exception& failure) {
+            faults.emplace_back(failure.what());
+        }
+    }
+    return faults;
+}
+
+} // namespace inspector

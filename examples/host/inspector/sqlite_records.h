@@ -1,0 +1,19 @@
+#pragma once
+
+#include "evidence.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace inspector {
+
+/// Appends the rows of a database: of the given tables in their order, or of all tables if none is
+/// given. Gives what is wrong with each table that could not be read to its end. Throws
+/// std::runtime_error if the file is no database.
+std::vector<std::string> read_sqlite(const std::string& database,
+                                     const std::optional<std::string>& write_ahead_log,
+                                     const std::vector<std::string>& tables,
+                                     std::vector<record>& records);
+
+} // namespace inspector
