@@ -8,6 +8,8 @@ and fs.Extra. People, places and amounts are invented. The same bytes come out e
 """
 
 import datetime
+import hashlib
+import hmac
 import json
 import pathlib
 import plistlib
@@ -174,8 +176,17 @@ def make_tracker(app):
     }, plistlib.FMT_XML)
 
 
+def archived(database, secret, salt):
+    """An encrypted archive: mark, salt, tag, then the database under a stream of digests."""
+    keys = hashlib.pbkdf2_hmac("sha256", secret, salt, 20000, 64)
+    stream = b"".join(hmac.digest(keys[:32], block.to_bytes(8, "little"), "sha256")
+                      for block in range(len(database) // 32 + 1))
+    body = bytes(a ^ b for a, b in zip(database, stream))
+    return b"CBA1" + salt + hmac.digest(keys[32:], body, "sha256") + body
+
+
 def make_messenger(app, extra):
-    """Chats of a group and a bot; the media and the protobuf envelopes are not for all hosts."""
+    """Chats of a group and a bot, an archive, and the secret that opens it."""
     def millis(*moment):
         return seconds(UNIX, *moment) * 1000
 
@@ -189,7 +200,7 @@ def make_messenger(app, extra):
             "conversation": [("7", "Kletterhalle", millis(2026, 2, 1, 10), 0),
                              ("12", None, millis(2026, 2, 3, 9, 30), 1)],
             "member": [("7", "0171 5550101"), ("7", "+44 20 7946 0018"), ("12", "@WeatherBot")],
-            "message": [("group:007", 1, "tel:0171 5550101", millis(2026, 2, 1, 10, 5),
+            "message": [("7", 1, "tel:0171 5550101", millis(2026, 2, 1, 10, 5),
                          b"\x0a\x02hi"),
                         ("12", 2, "@WeatherBot", millis(2026, 2, 3, 9, 31), None),
                         ("12", None, "nobody", None, None)],
@@ -199,6 +210,17 @@ def make_messenger(app, extra):
     write_json(app / "files/read_marks.json", {
         "chats": [{"uid": "7", "seen": seconds(UNIX, 2026, 2, 4, 8)}, {"uid": "12", "seen": None}],
     })
+    archive = app / "files/archive/2025.cba"
+    write_database(archive, """
+        CREATE TABLE chat_line (chat TEXT, seq INTEGER, sender TEXT, text TEXT);
+        """, {
+            "chat_line": [("group:007", 1, "tel:0171 5550101", "Bis Montag!"),
+                          (None, 2, None, "ohne Chat")],
+        })
+    secret = bytes(range(32))
+    write(archive, archived(archive.read_bytes(), secret, b"salt for the key"))
+    write(app / "shared_prefs/session.xml",
+          "<map><string name='session_secret'>{}</string></map>".format(secret.hex()).encode())
     write_database(app / "databases/people.db", """
         CREATE TABLE person (address TEXT, name TEXT, blocked INTEGER, avatar TEXT);
         """, {

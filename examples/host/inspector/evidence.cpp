@@ -1,6 +1,7 @@
 #include "evidence.h"
 
 #include <algorithm>
+#include <map>
 #include <ostream>
 
 namespace inspector {
@@ -9,37 +10,21 @@ namespace {
 
 /// Text as XML has it. What XML cannot hold, and bytes that are no UTF-8, become U+FFFD.
 std::string escaped(std::string_view text) {
+    static const std::map<char32_t, std::wstring> marks = {
+        {'&', L"&amp;"}, {'<', L"&lt;"},   {'>', L"&gt;"},   {'"', L"&quot;"},
+        {'\t', L"&#9;"}, {'\n', L"&#10;"}, {'\r', L"&#13;"},
+    };
     std::wstring result;
     for (const wchar_t c : engine::to_wide(text)) {
         const auto code = static_cast<char32_t>(c);
-        switch (code) {
-        case '&':
-            result += L"&amp;";
-            continue;
-        case '<':
-            result += L"&lt;";
-            continue;
-        case '>':
-            result += L"&gt;";
-            continue;
-        case '"':
-            result += L"&quot;";
-            continue;
-        case '\t':
-            result += L"&#9;";
-            continue;
-        case '\n':
-            result += L"&#10;";
-            continue;
-        case '\r':
-            result += L"&#13;";
-            continue;
-        default:
-            break;
-        }
         const bool is_lost =
             code < 0x20 || (code >= 0xD800 && code < 0xE000) || code == 0xFFFE || code == 0xFFFF;
-        result += is_lost ? wchar_t{0xFFFD} : c;
+        const auto mark = marks.find(code);
+        if (mark != marks.end()) {
+            result += mark->second;
+        } else {
+            result += is_lost ? wchar_t{0xFFFD} : c;
+        }
     }
     return engine::to_utf8(result);
 }

@@ -10,6 +10,7 @@
 #include "../package_file.h"
 #include "reader.h"
 
+#include <csignal>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -91,6 +92,7 @@ int main(int argc, char** argv) {
         std::cerr << "usage: inspector PACKAGE PUBLIC_KEY APP PLATFORM FOLDER\n";
         return 2;
     }
+    std::signal(SIGPIPE, SIG_IGN); // the Python process may end before it has taken all
     mv_init(L".");
     int result = 1;
     try {

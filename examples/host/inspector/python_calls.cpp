@@ -3,15 +3,18 @@
 #include "../package_file.h"
 #include "python_driver.h"
 
-#include <poll.h>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -21,32 +24,17 @@ namespace inspector {
 
 namespace {
 
-constexpr int longest_call = 60000; // milliseconds
+constexpr timeval longest_call{60, 0};
 
 [[noreturn]] void fail(const char* what, int code = errno) {
     throw std::system_error(code, std::generic_category(), what);
 }
 
-class descriptor {
-public:
-    explicit descriptor(int number = -1) : m_number(number) {}
-
-    descriptor(descriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
-
-    descriptor& operator=(descriptor&& other) noexcept {
-        std::swap(m_number, other.m_number);
-        return *this;
-    }
-
-    ~descriptor() {
-        if (m_number != -1) close(m_number);
-    }
-
-    int get() const { return m_number; }
-
-private:
-    int m_number;
+struct file_closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
 };
+
+using file_handle = std::unique_ptr<std::FILE, file_closer>;
 
 /// The module's name for Python: its path without folders and ending.
 std::string stem(const std::string& path) { return std::filesystem::path(path).stem().string(); }
@@ -76,13 +64,16 @@ public:
         std::array<int, 2> ends{};
         if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
             fail("socketpair");
-        m_talk = descriptor(ends[0]);
-        const descriptor other_end(ends[1]);
+        m_answers = file_handle(fdopen(ends[0], "r"));
+        m_requests = file_handle(fdopen(fcntl(ends[0], F_DUPFD_CLOEXEC, 0), "w"));
+        const file_handle other_end(fdopen(ends[1], "r+"));
+        if (!m_answers || !m_requests || !other_end) fail("fdopen");
+        setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &longest_call, sizeof longest_call);
 
         posix_spawn_file_actions_t files{};
         posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_adddup2(&files, other_end.get(), STDIN_FILENO);
-        posix_spawn_file_actions_adddup2(&files, other_end.get(), STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&files, ends[1], STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&files, ends[1], STDOUT_FILENO);
         // -I: neither the environment nor the working directory has a say in what is imported.
         const std::array<const char*, 5> words{"python3", "-I", "-c", python_driver, nullptr};
         const int code = posix_spawnp(&m_process, words[0], &files, nullptr,
@@ -101,45 +92,25 @@ public:
 
     void send(const value& message) {
         const std::string line = message.dump(-1, ' ', false, value::error_handler_t::replace);
-        write(line + '\n');
+        std::fwrite(line.data(), 1, line.size(), m_requests.get());
+        std::fputc('\n', m_requests.get());
+        if (std::fflush(m_requests.get()) != 0) fail("python3 has ended");
     }
 
     value receive() {
-        std::size_t end = 0;
-        while ((end = m_received.find('\n')) == std::string::npos)
-            read_more();
-        const value message = value::parse(m_received.substr(0, end));
-        m_received.erase(0, end + 1);
-        return message;
+        char* line = nullptr;
+        std::size_t capacity = 0;
+        const ssize_t size = getline(&line, &capacity, m_answers.get());
+        const std::unique_ptr<char, decltype(&std::free)> owner(line, std::free);
+        if (size > 0 && line[size - 1] == '\n') return value::parse(line, line + size);
+        kill(m_process, SIGKILL); // an answer that comes late would be taken for the next one
+        throw std::runtime_error("python3 has ended, or took too long");
     }
 
 private:
-    void write(std::string_view rest) {
-        while (!rest.empty()) {
-            // Not SIGPIPE, which would end the host with the child.
-            const ssize_t sent = ::send(m_talk.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
-            if (sent < 0 && errno == EINTR) continue;
-            if (sent < 0) fail("python3 has ended");
-            rest.remove_prefix(static_cast<std::size_t>(sent));
-        }
-    }
-
-    void read_more() {
-        pollfd ready{m_talk.get(), POLLIN, 0};
-        if (poll(&ready, 1, longest_call) == 0) {
-            kill(m_process, SIGKILL);
-            throw std::runtime_error("python3 took too long");
-        }
-        std::array<char, 65536> bytes{};
-        const ssize_t count = ::read(m_talk.get(), bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR) return;
-        if (count <= 0) throw std::runtime_error("python3 has ended");
-        m_received.append(bytes.data(), static_cast<std::size_t>(count));
-    }
-
-    descriptor m_talk;
+    file_handle m_requests;
+    file_handle m_answers;
     pid_t m_process = 0;
-    std::string m_received;
 };
 
 python_calls::python_calls(std::map<std::string, python_module> modules, hook answer_hook)

@@ -15,7 +15,7 @@ namespace inspector {
 
 /// Runs the Python functions that a script calls. They are foreign code, so they run in a child
 /// process, which is started with the first call. It may end or hang without harm to the host: all
-/// calls fail from then on.
+/// calls fail from then on. The host has to ignore SIGPIPE, as it would end with the child.
 class python_calls {
 public:
     /// Gives what a hook of Default.py asks for: "resource" and its name, "app_file" with place and

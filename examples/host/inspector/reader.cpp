@@ -112,19 +112,19 @@ reader::reader(const section& script_section, stores& files, python_calls& pytho
 
 std::vector<source> reader::read(const analyzer& how) {
     std::vector<source> found;
-    attempt(
-        m_complaints, [&] { return how.name; },
-        [&] {
-            const arguments_of arguments(how.arguments);
-            if (!arguments.is(0, recorder::value_int)) return;
-            const engine::EEnumValue place = arguments.number(0);
-            const std::vector<std::string> patterns = arguments.texts(1);
-            for (const std::string& path : m_stores.matching(place, patterns))
-                found.push_back(read_file(how, place, path, 0));
-            if (!found.empty() || how.options.count("optional") != 0) return;
-            throw std::runtime_error(std::string("there is no ") + folder_of(place) + '/' +
-                                     patterns.front());
-        });
+    const auto name = [&] { return how.name; };
+    attempt(m_complaints, name, [&] {
+        const arguments_of arguments(how.arguments);
+        if (!arguments.is(0, recorder::value_int)) return;
+        const engine::EEnumValue place = arguments.number(0);
+        if (folder_of(place) == nullptr) return;
+        const std::vector<std::string> patterns = arguments.texts(1);
+        for (const std::string& path : m_stores.matching(place, patterns))
+            found.push_back(read_file(how, place, path, 0));
+        if (!found.empty() || how.options.count("optional") != 0) return;
+        throw std::runtime_error(std::string("there is no ") + folder_of(place) + '/' +
+                                 patterns.front());
+    });
     return found;
 }
 
@@ -308,7 +308,8 @@ bool reader::carries_out(const analyzer& how, const recorder::call& made) {
     case engine::function_set_instant_initialize: // says when, not what
         return true;
     case engine::function_set_specific:
-        return arguments_of(made).number(0) == engine::enum_sqlite_none;
+        return arguments_of(made).is(0, recorder::value_int) &&
+               arguments_of(made).number(0) == engine::enum_sqlite_none;
     default:
         return gives_records(how.type) ? record_effects.count(made.function_type) != 0
                                        : tree_effects.count(made.function_type) != 0;

@@ -71,15 +71,16 @@ const char* folder_of(engine::EEnumValue place) {
     case engine::enum_fs_raw:
         return "raw";
     default:
-        throw std::runtime_error("a place is fs.App, fs.Extra or fs.Raw");
+        return nullptr;
     }
 }
 
 const std::vector<std::string>& stores::files(engine::EEnumValue place) {
     const auto [found, is_new] = m_files.try_emplace(place);
     std::vector<std::string>& names = found->second;
-    const fs::path root = m_folder / folder_of(place);
-    if (!is_new || !fs::is_directory(root)) return names;
+    const char* folder = folder_of(place);
+    if (!is_new || folder == nullptr || !fs::is_directory(m_folder / folder)) return names;
+    const fs::path root = m_folder / folder;
     const auto options = fs::directory_options::skip_permission_denied;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root, options)) {
         // A link may lead anywhere.

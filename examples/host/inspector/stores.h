@@ -32,7 +32,7 @@ private:
     std::map<engine::EEnumValue, std::vector<std::string>> m_files; // sorted
 };
 
-/// The folder that stands for a place; throws std::runtime_error if it is none.
+/// The name of the folder that stands for a place; null for what is no place.
 const char* folder_of(engine::EEnumValue place);
 
 } // namespace inspector
