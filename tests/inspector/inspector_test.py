@@ -1,0 +1,173 @@
+"""Runs the inspector on the stores of the example apps, and on some that are odd.
+
+    inspector_test.py INSPECTOR TOOL SOURCE_FOLDER
+
+What it prints is compared with the files in "expected", which were checked by hand.
+"""
+
+import json
+import pathlib
+import shutil
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree
+
+INSPECTOR, TOOL, SOURCE = sys.argv[1:4]
+HERE = pathlib.Path(__file__).parent
+
+
+def run(*words):
+    return subprocess.run([str(word) for word in words], stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, timeout=120)
+
+
+def contents(folder):
+    return {path: path.read_bytes() for path in folder.rglob("*") if path.is_file()}
+
+
+class Inspector(unittest.TestCase):
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.work = pathlib.Path(tempfile.mkdtemp())
+        cls.addClassCleanup(shutil.rmtree, cls.work)
+        cls.stores = cls.work / "stores"
+        apps = shutil.copytree(HERE / "apps", cls.work / "odd")
+        shutil.copy(SOURCE + "/examples/apps/Default.py", apps)
+        script = (apps / "odd.sc").read_text()
+        deep = "odd::one_more(" * 50000 + ")" * 50000
+        (apps / "odd.sc").write_text(script.replace("DEEP", deep))
+        for words in (["keygen", cls.work / "private.pem", cls.work / "public.pem"],
+                      ["pack", SOURCE + "/examples/apps", cls.work / "apps.pkg"],
+                      ["pack", apps, cls.work / "odd.pkg", "--no-check"]):
+            options = ["--key", cls.work / "private.pem"] if words[0] == "pack" else []
+            made = run(TOOL, *words, *options)
+            assert made.returncode == 0, made.stderr.decode()
+        made = run("python3", SOURCE + "/examples/host/make_stores.py", cls.stores)
+        assert made.returncode == 0, made.stderr.decode()
+
+    def inspected(self, app, platform, folder, package="apps.pkg"):
+        """The exit status, the document and the lines about faults; stores stay as they are."""
+        before = contents(folder)
+        ran = subprocess.run([INSPECTOR, package, "public.pem", app, platform, str(folder)],
+                             stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=self.work,
+                             timeout=300)
+        self.assertEqual(contents(folder), before)
+        document = ran.stdout.decode("utf-8")
+        if document:
+            xml.etree.ElementTree.fromstring(document)
+        return ran.returncode, document, ran.stderr.decode("utf-8").splitlines()
+
+    def expect(self, app, platform, folder, faults, package="apps.pkg"):
+        status, document, told = self.inspected(app, platform, folder, package)
+        self.assertEqual(told, faults)
+        self.assertEqual(status, 1 if faults else 0)
+        self.assertEqual(document, (HERE / "expected" / (app + ".xml")).read_text("utf-8"))
+
+    def test_example_apps(self):
+        broken = ": ValueError: broken variable-length integer"
+        for app, platform, faults in (
+                ("ch.tagebuechli.diary", "iOS", []),
+                ("2093Ledgerling.Household_t5b8n1c6y4h2a", "WindowsPhone", []),
+                ("net.chatterbird.mobile", "Android", []),
+                ("fit.stridelark.tracker", "iOS", [
+                    'inspector: activity_db: call extractToNewColumn("activity", "track", '
+                    '"positions", track::positions(1000000))' + broken,
+                    'inspector: activity_db: call extractToNewColumn("activity", "track", '
+                    '"heart_rates", track::heart_rates())' + broken])):
+            with self.subTest(app):
+                self.expect(app, platform, self.stores / app, faults)
+
+    def test_faults_of_stores(self):
+        app = "2093Ledgerling.Household_t5b8n1c6y4h2a"
+        folder = self.work / "faulty"
+        shutil.copytree(self.stores / app, folder)
+        book = folder / "app/LocalState/book.sdb"
+        settings = folder / "app/LocalState/settings.json"
+        for content, path, fault, kept in (
+                (b"no database", book, "book: LocalState/book.sdb: file is not a database", "owner"),
+                (b"{", settings, "settings: LocalState/settings.json: [json.exception.parse_error",
+                 "Booking"),
+                (None, settings, "settings: there is no app/LocalState/settings.json", "Booking")):
+            with self.subTest(fault):
+                good = path.read_bytes()
+                path.unlink()
+                if content is not None:
+                    path.write_bytes(content)
+                status, document, told = self.inspected(app, "WindowsPhone", folder)
+                path.write_bytes(good)
+                self.assertEqual(status, 1)
+                self.assertEqual(len(told), 1)
+                self.assertTrue(told[0].startswith("inspector: " + fault), told[0])
+                self.assertEqual('state="incomplete"' in document, content is not None)
+                self.assertIn(kept, document)
+
+    def test_input_that_fits_nothing(self):
+        for words, status, text in (
+                (["apps.pkg", "public.pem", "org.nobody", "iOS", "stores"], 1,
+                 "no script is for org.nobody on iOS"),
+                (["apps.pkg", "public.pem", "ch.tagebuechli.diary", "Android", "stores"], 1,
+                 "no script is for ch.tagebuechli.diary on Android"),
+                (["apps.pkg", "public.pem", "ch.tagebuechli.diary", "iOS", "nowhere"], 1,
+                 "nowhere is no folder"),
+                (["public.pem", "public.pem", "ch.tagebuechli.diary", "iOS", "stores"], 1,
+                 "the package is refused"),
+                (["apps.pkg", "public.pem", "ch.tagebuechli.diary", "Symbian", "stores"], 2,
+                 "a platform is"),
+                (["apps.pkg"], 2, "usage: inspector")):
+            with self.subTest(text):
+                ran = subprocess.run([INSPECTOR] + words, stdout=subprocess.PIPE,
+                                     stderr=subprocess.PIPE, cwd=self.work, timeout=60)
+                self.assertEqual(ran.returncode, status)
+                self.assertEqual(ran.stdout, b"")
+                self.assertIn(text, ran.stderr.decode("utf-8"))
+
+    def test_odd_scripts_and_stores(self):
+        folder = self.work / "odd_stores"
+        (folder / "app/a/b").mkdir(parents=True)
+        (folder / "extra/sub").mkdir(parents=True)
+        (folder / "raw").mkdir()
+        again = json.dumps({"n": 1.5, "again": '{"n": 2}'})
+        database = sqlite3.connect(self.work / "live.db")
+        database.execute("PRAGMA journal_mode = WAL")
+        database.execute("CREATE TABLE t (a, b, j, p)")
+        database.execute("INSERT INTO t VALUES (NULL, 'text', ?, '../app/secret')", [again])
+        database.execute("INSERT INTO t VALUES (7, NULL, X'7B7D', 'sub')")
+        database.commit()
+        for ending in ("", "-wal"):  # the rows are in the log alone
+            shutil.copy(str(self.work / "live.db") + ending, str(folder / "app/a/b/x.db") + ending)
+        database.close()
+        (folder / "app/secret").write_text("{}")
+        (folder / "extra/link.json").symlink_to(folder / "app/secret")
+        (folder / "extra/sub/{2}").write_text('{"n": 3}')
+        (folder / "extra/deep.json").write_text("[" * 100000)
+        (folder / "raw/self.json").write_text('{"a": {}}')
+        (folder / "extra/values.json").write_text(json.dumps({
+            "list": [{"x": None}, {"x": True}, {"y": 1}, {"x": [1, {"bytes": "AA=="}]}],
+            "object": {"bytes": "AA==", "dict": []},
+            "deep": "down", "text": "\x01 & <'\">"}))
+
+        call = 'trees: call functionOnValue("text", 20, '
+        self.expect("org.example.odd", "Android", folder, ["inspector: " + fault for fault in (
+            "rows: a/b/x.db: no such table: no such table",
+            'rows: call idOnColumn("t"): argument 2 does not suit',
+            'endless: call analyzeObject("", 22, endless): analyzers are nested too deep',
+            "trees: deep.json: the tree is too deep",
+            call + 'odd::shown(odd::raises("inner"))): SystemExit: inner',
+            call + 'odd::raises("outer")): SystemExit: outer',
+            call + 'odd::shown(default::app_file(36, "../secret"))): '
+                   'RuntimeError: this host cannot deliver [36,"../secret"]',
+            call + 'odd::shown(default::keychain_item("key"))): '
+                   'RuntimeError: this host cannot deliver ["key"]',
+            call + "odd::no_such_function()): AttributeError: "
+                   "module 'odd' has no attribute 'no_such_function'",
+            call + "odd::ends_the_process()): python3 has ended, or took too long",
+            call + "odd::shown()): python3 has ended: Broken pipe")], "odd.pkg")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
