@@ -68,7 +68,8 @@ public:
         m_requests = file_handle(fdopen(fcntl(ends[0], F_DUPFD_CLOEXEC, 0), "w"));
         const file_handle other_end(fdopen(ends[1], "r+"));
         if (!m_answers || !m_requests || !other_end) fail("fdopen");
-        setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &longest_call, sizeof longest_call);
+        for (const int direction : {SO_RCVTIMEO, SO_SNDTIMEO})
+            setsockopt(ends[0], SOL_SOCKET, direction, &longest_call, sizeof longest_call);
 
         posix_spawn_file_actions_t files{};
         posix_spawn_file_actions_init(&files);

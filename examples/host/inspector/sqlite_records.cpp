@@ -37,7 +37,7 @@ public:
     }
 
     fs::path write(const char* name, const std::string& content) const {
-        const fs::path path = m_path / name;
+        fs::path path = m_path / name;
         std::ofstream file(path, std::ios::binary);
         file << content;
         if (!file.flush()) throw std::runtime_error("no room for a copy of the database");
