@@ -1,5 +1,4 @@
-// The smallest host worth copying: installs a package and prints what each of its scripts is for,
-// or writes one stored file to standard output.
+// The smallest host worth copying: prints what each script of a package is for, or one stored file.
 //
 //     minimal_host PACKAGE PUBLIC_KEY [FILE]
 
@@ -37,7 +36,7 @@ void print_script(const wchar_t* name) {
         while (const char* where = header->namespace_next()) {
             std::cout << "   " << where << '\n';
             auto* body = dynamic_cast<recorder::recording_body*>(script.section(where, "Script"));
-            if (body != nullptr) print_objects(*body);
+            if (body != nullptr) print_objects(*body); // else its text is faulty
         }
     }
 }

@@ -17,8 +17,6 @@ inline std::optional<std::string> package_file(const std::string& name) {
     } file;
 
     const std::wstring wide = engine::to_wide(name);
-    if (!engine::CScriptStorageInterface::get_resource_file(wide.c_str(), &file)) {
-        return std::nullopt;
-    }
-    return file.content;
+    const bool is_there = engine::CScriptStorageInterface::get_resource_file(wide.c_str(), &file);
+    return is_there ? std::optional(file.content) : std::nullopt;
 }
