@@ -89,7 +89,8 @@ class Inspector(unittest.TestCase):
         book = folder / "app/LocalState/book.sdb"
         settings = folder / "app/LocalState/settings.json"
         for content, path, fault, kept in (
-                (b"no database", book, "book: LocalState/book.sdb: file is not a database", "owner"),
+                (b"no database", book, "book: LocalState/book.sdb: file is not a database",
+                 "owner"),
                 (b"{", settings, "settings: LocalState/settings.json: [json.exception.parse_error",
                  "Booking"),
                 (None, settings, "settings: there is no app/LocalState/settings.json", "Booking")):
