@@ -32,6 +32,14 @@ RUNS = {
     ("docs/host-guide.md", 4): [([], 0)],
 }
 
+# What a reader of a document has at hand.
+BEFORE = {
+    "docs/package-format.md": f"cp -r {source}/examples/apps scripts",
+    "examples/README.md": f"""cp -r {source}/examples .
+        morvantic keygen private.pem public.pem
+        morvantic pack examples/apps apps.pkg --key private.pem""",
+}
+
 STAND_IN = """#!/usr/bin/env python3
 import os, sys
 words = sys.argv[1:]
@@ -92,8 +100,6 @@ def prepare(document, folder):
     for script in (source / "dev").iterdir():
         write_program(folder / "dev" / script.name, "#!/bin/sh\n")
     write_program(folder / "build/fuzz/fuzz/fuzz_zip", "#!/bin/sh\n")
-    if document == "docs/package-format.md":
-        shutil.copytree(source / "examples/apps", folder / "scripts")
     if document == "README.md":
         (folder / "host.cpp").write_text(next(text for _, language, text in blocks_of(document)
                                               if language == "cpp"))
@@ -102,7 +108,7 @@ def prepare(document, folder):
 def run_shell(document, folder, environment, change=lambda text: text):
     """All blocks in one shell. `change` may alter one, or leave it out by giving nothing."""
     prepare(document, folder)
-    script = "set -euo pipefail\n"
+    script = f"set -eu\n{BEFORE.get(document, '')}\n"
     for place, language, text in blocks_of(document):
         if language == "sh":
             script += f"echo {place} >.place\n{change(text)}\n"
@@ -212,7 +218,7 @@ def main():
         check_cpp("README.md", readme, environment)
         check_cpp("docs/host-guide.md", readme, environment)
         check_sample(readme, environment)
-    print("\n".join(failures) or "All documents hold.")
+    print("\n".join(failures) or "All documents hold.", flush=True)
     sys.exit(1 if failures else 0)
 
 
