@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -28,7 +29,7 @@ inline bytes from_hex(std::string_view digits) {
 /// Adds text or bytes at the end.
 template <class Bytes>
 void append(bytes& target, const Bytes& more) {
-    target.insert(target.end(), more.begin(), more.end());
+    std::copy(more.begin(), more.end(), std::back_inserter(target));
 }
 
 /// One number in a layout of bytes: its value, and its width in bytes.
