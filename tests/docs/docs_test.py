@@ -92,7 +92,8 @@ def make_stand_ins(folder):
         text = STAND_IN.replace("PRESETS", repr(names)).replace("TARGETS", repr(set(targets)))
         write_program(folder / "bin" / name, text.replace("REAL", repr(shutil.which(name))))
     write_program(folder / "bin" / "sudo", '#!/bin/sh\nexec "$@"\n')
-    write_program(folder / "bin" / "ldconfig", "#!/bin/sh\n")
+    for name in ("ldconfig", "apt-get"):
+        write_program(folder / "bin" / name, "#!/bin/sh\n")
 
 
 def prepare(document, folder):
