@@ -50,7 +50,9 @@ This package contains the shared library.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libmorvantic-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "morvantic, cmake, pkg-config")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "morvantic")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS
+    "cmake, pkg-config, libsqlite3-dev, libplist-dev, nlohmann-json3-dev, python3")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "script engine for the analysis of mobile devices - headers
 The library tells software that analyses mobile devices, from small text
 scripts, which apps the scripts are for and how the data of those apps are to

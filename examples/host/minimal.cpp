@@ -75,5 +75,5 @@ int main(int argc, char** argv) {
         std::cerr << failure.what() << '\n';
     }
     mv_shutdown();
-    return result;
+    return std::cout.flush() ? result : 1;
 }

@@ -28,7 +28,10 @@ RUNS = {
     ("README.md", 0): [([], 0)],
     ("docs/host-guide.md", 0): [(["apps.pkg", "public.pem"], 0)],
     ("docs/host-guide.md", 3): [(["own", "apps.pkg", "stranger.pem", "public.pem"], 0),
-                                (["own", "apps.pkg", "public.pem"], 1)],
+                                (["own", "apps.pkg", "public.pem"], 1),
+                                (["own", "older.pkg", "public.pem"], 1),
+                                (["own", "newer.pkg", "stranger.pem"], 1),
+                                (["own", "newer.pkg", "public.pem"], 0)],
     ("docs/host-guide.md", 4): [([], 0)],
 }
 
@@ -181,6 +184,8 @@ def check_tests_named(document):
         if not in_table or line.endswith(("| test |", "---|")):
             continue
         named = re.findall(r"`(\w+\.\w+)`", line.split("|")[-2])
+        if "(the host's part)" in line:
+            continue
         for name in named or ["a test"]:
             if name not in known:
                 fail(f"{document}:{number}", f"there is no {name}")
@@ -216,6 +221,10 @@ def main():
         check_cmake(readme, environment)
         run("openssl", "genrsa", "-out", readme / "other.pem", "2048")
         run("openssl", "rsa", "-in", readme / "other.pem", "-pubout", "-out", readme / "stranger.pem")
+        for name, stamp in ("older", "2020-01-01-01"), ("newer", "2099-01-01-01"):
+            expect(name, run("morvantic", "pack", "apps", f"{name}.pkg", "--key", "private.pem",
+                             "--stamp", stamp, cwd=readme, env=environment))
+            (readme / f"{name}.pkg").chmod(0o444)
         check_cpp("README.md", readme, environment)
         check_cpp("docs/host-guide.md", readme, environment)
         check_sample(readme, environment)

@@ -134,6 +134,7 @@ class Inspector(unittest.TestCase):
         (folder / "raw").mkdir()
         again = json.dumps({"n": 1.5, "again": '{"n": 2}'})
         database = sqlite3.connect(self.work / "live.db")
+        database.execute("PRAGMA encoding = 'UTF-16'")
         database.execute("PRAGMA journal_mode = WAL")
         database.execute("CREATE TABLE t (a, b, j, p)")
         database.execute("INSERT INTO t VALUES (NULL, 'text', ?, '../app/secret')", [again])

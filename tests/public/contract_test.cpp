@@ -214,6 +214,14 @@ TEST_F(Contract, CallbackMayUseTheEngineEvenToReplaceThePackage) {
 
 TEST_F(Contract, NothingIsTiedToAThread) {
     ASSERT_EQ(install(), mv_success);
+    std::thread words([] {
+        for (int i = 0; i != 10'000; ++i)
+            ASSERT_EQ(to_utf8(to_wide("\xC3\xA4")), "\xC3\xA4");
+    });
+    for (int i = 0; i != 10'000; ++i)
+        ASSERT_STREQ(CObjectValue::get_obj_name(CObjectValue::get_obj_type("ZipAnalyzer")),
+                     "ZipAnalyzer");
+    words.join();
     std::thread([&] { opened = std::make_unique<script>(L"app.sc"); }).join();
     std::thread([&] {
         opened->init();

@@ -62,11 +62,12 @@ int run(int argument_count, const char* const* arguments) {
     app.set_help_flag("-h,--help", "Show this help.");
     app.set_version_flag("--version", "morvantic " MORVANTIC_VERSION, "Show the version.");
     app.require_subcommand(1);
-    app.footer("\"morvantic COMMAND --help\" tells more of a command.\n\n"
-               "Data go to standard output, messages to standard error. Exit status:\n"
-               "  0  all is well\n"
-               "  1  the input is at fault, or what should hold does not: an error found, a test\n"
-               "  2  the call is at fault: an option, or a file that cannot be opened or written");
+    app.footer(
+        "\"morvantic COMMAND --help\" tells more of a command.\n\n"
+        "Data go to standard output, messages to standard error. Exit status:\n"
+        "  0  all is well\n"
+        "  1  the input is at fault: a package, a key, a script, or one that is not as recorded\n"
+        "  2  the call is at fault: an option, or a file that cannot be opened or written");
 
     std::vector<std::pair<CLI::App*, action>> actions;
     for (const subcommand* row : subcommands) {

@@ -100,6 +100,10 @@ int main(int argc, char** argv) {
     } catch (const std::exception& failure) {
         std::cerr << "inspector: " << failure.what() << '\n';
     }
+    if (!std::cout.flush()) {
+        std::cerr << "inspector: standard output cannot be written\n";
+        result = 1;
+    }
     mv_shutdown();
     return result;
 }

@@ -160,7 +160,12 @@ value python_calls::answer_to(const value& request) {
 
 value python_calls::modules() const {
     value sources = value::object();
-    const auto add = [&sources](const std::string& path) {
+    std::map<std::string, std::string> paths;
+    const auto add = [&](const std::string& path) {
+        const auto known = paths.emplace(stem(path), path).first;
+        if (known->second != path) {
+            throw std::runtime_error(path + " and " + known->second + " have one name in Python");
+        }
         if (const auto source = package_file(path)) sources[stem(path)] = *source;
     };
     add("Default.py");

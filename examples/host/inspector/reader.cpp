@@ -145,16 +145,19 @@ source reader::read_file(const analyzer& how, engine::EEnumValue place, const st
             found.state = "missing";
             return;
         }
-        std::optional<std::string> log;
-        if (how.options.count("wal") != 0) log = m_stores.read(place, path + "-wal");
-        fill(found, how, from_bytes(*content), log, nesting);
+        side_files beside;
+        if (how.options.count("wal") != 0) {
+            beside.write_ahead_log = m_stores.read(place, path + "-wal");
+        }
+        if (gives_records(how.type)) beside.journal = m_stores.read(place, path + "-journal");
+        fill(found, how, from_bytes(*content), beside, nesting);
     });
     return found;
 }
 
 /// Reads the bytes of a file, or of a value in one, then lets the functions of the analyzer work.
 void reader::fill(source& found, const analyzer& how, const value& content,
-                  const std::optional<std::string>& write_ahead_log, std::size_t nesting) {
+                  const side_files& beside, std::size_t nesting) {
     if (!gives_records(how.type) && !gives_tree(how.type)) {
         found.state = "not read by this host";
         return;
@@ -165,14 +168,14 @@ void reader::fill(source& found, const analyzer& how, const value& content,
         if (made.function_type != engine::function_set_file_function) continue;
         bytes = m_python.run(arguments_of(made).value(0, recorder::value_call), bytes);
     }
-    parse(found, how, to_bytes(bytes), write_ahead_log);
+    parse(found, how, to_bytes(bytes), beside);
     for (node& root : found.tree)
         apply_to_tree(how, root, nesting);
     apply_to_records(how, found.records, nesting);
 }
 
 void reader::parse(source& found, const analyzer& how, const std::string& bytes,
-                   const std::optional<std::string>& write_ahead_log) {
+                   const side_files& beside) {
     std::vector<std::string> faults;
     if (how.type == engine::object_json_analyzer) {
         found.tree.push_back(read_json(bytes));
@@ -182,7 +185,7 @@ void reader::parse(source& found, const analyzer& how, const std::string& bytes,
         std::vector<std::string> tables; // all
         const auto* selected = last_call(how, engine::function_add_selected_tables);
         if (selected != nullptr) tables = arguments_of(*selected).texts(0);
-        faults = read_sqlite(bytes, write_ahead_log, tables, found.records);
+        faults = read_sqlite(bytes, beside, tables, found.records);
     }
     for (const std::string& fault : faults)
         m_complaints.add(how.name + ": " + found.path + ": " + fault);
@@ -280,7 +283,7 @@ std::string reader::identifier(const statement& todo, const value& input) {
 source reader::read_value(const statement& todo, const value& content) {
     const analyzer& how = helper(todo, 2);
     source found{how.name};
-    attempt(m_complaints, todo, [&] { fill(found, how, content, std::nullopt, todo.nesting + 1); });
+    attempt(m_complaints, todo, [&] { fill(found, how, content, {}, todo.nesting + 1); });
     return found;
 }
 

@@ -3,6 +3,7 @@
 #include "evidence.h"
 #include "python_calls.h"
 #include "script_plan.h"
+#include "sqlite_records.h"
 #include "stores.h"
 
 #include <map>
@@ -54,10 +55,10 @@ private:
 
     source read_file(const analyzer& how, engine::EEnumValue place, const std::string& path,
                      std::size_t nesting);
-    void fill(source& found, const analyzer& how, const value& content,
-              const std::optional<std::string>& write_ahead_log, std::size_t nesting);
+    void fill(source& found, const analyzer& how, const value& content, const side_files& beside,
+              std::size_t nesting);
     void parse(source& found, const analyzer& how, const std::string& bytes,
-               const std::optional<std::string>& write_ahead_log);
+               const side_files& beside);
 
     void apply_to_records(const analyzer& how, std::vector<record>& records, std::size_t nesting);
     void apply_to_tree(const analyzer& how, node& root, std::size_t nesting);

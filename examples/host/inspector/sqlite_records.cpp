@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -61,7 +62,7 @@ using statement_handle = std::unique_ptr<sqlite3_stmt, closer>;
 
 database_handle open(const fs::path& path) {
     sqlite3* opened = nullptr;
-    const int code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
+    const int code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
     database_handle database(opened); // there is one even then
     if (code != SQLITE_OK) fail(opened);
     // The file is foreign: its views and triggers may call nothing that has an effect.
@@ -96,7 +97,9 @@ value column(sqlite3_stmt* row, int place) {
     if (type == SQLITE_INTEGER) return sqlite3_column_int64(row, place);
     if (type == SQLITE_FLOAT) return sqlite3_column_double(row, place);
     if (type == SQLITE_NULL) return nullptr;
-    const void* bytes = sqlite3_column_blob(row, place);
+    // The size is that of the form that was asked for last; text may be stored as UTF-16.
+    const void* bytes =
+        type == SQLITE_TEXT ? sqlite3_column_text(row, place) : sqlite3_column_blob(row, place);
     const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, place));
     const std::string_view content(static_cast<const char*>(bytes), size);
     return type == SQLITE_TEXT ? value(content) : from_bytes(content);
@@ -112,6 +115,13 @@ std::vector<std::string> all_tables(sqlite3* database) {
     return names;
 }
 
+/// As SQLite compares names.
+bool is_among(const std::vector<std::string>& names, const std::string& name) {
+    return std::any_of(names.begin(), names.end(), [&](const std::string& other) {
+        return sqlite3_stricmp(other.c_str(), name.c_str()) == 0;
+    });
+}
+
 void read_table(sqlite3* database, const std::string& table, std::vector<record>& records) {
     const statement_handle rows = prepare(database, "SELECT * FROM " + quoted(table));
     while (step(database, rows.get())) {
@@ -124,19 +134,22 @@ void read_table(sqlite3* database, const std::string& table, std::vector<record>
 
 } // namespace
 
-std::vector<std::string> read_sqlite(const std::string& database,
-                                     const std::optional<std::string>& write_ahead_log,
+std::vector<std::string> read_sqlite(const std::string& database, const side_files& beside,
                                      const std::vector<std::string>& tables,
                                      std::vector<record>& records) {
     const scratch_folder scratch;
     const fs::path path = scratch.write("copy", database);
-    if (write_ahead_log) scratch.write("copy-wal", *write_ahead_log);
+    if (beside.write_ahead_log) scratch.write("copy-wal", *beside.write_ahead_log);
+    if (beside.journal) scratch.write("copy-journal", *beside.journal);
     const database_handle handle = open(path);
     const std::vector<std::string> existing = all_tables(handle.get());
 
     std::vector<std::string> faults;
     for (const std::string& table : tables.empty() ? existing : tables) {
         try {
+            if (!is_among(existing, table)) { // a view may have rows without end
+                throw std::runtime_error("no such table: " + table);
+            }
             read_table(handle.get(), table, records);
         } catch (const std::exception& failure) {
             faults.emplace_back(failure.what());

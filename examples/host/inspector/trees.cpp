@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ctime>
 #include <limits>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 
 namespace inspector {
 
@@ -73,11 +75,33 @@ std::string_view got(plist_t from, const char* (*get)(plist_t, std::uint64_t*)) 
     return {bytes, size};
 }
 
-double date_of(plist_t from) {
-    std::int32_t seconds = 0;
-    std::int32_t microseconds = 0;
-    plist_get_date_val(from, &seconds, &microseconds);
-    return seconds + microseconds / 1e6;
+/// Whole seconds since 2001. The library hands out 32 bits of them, and writes all of them.
+std::int64_t date_of(plist_t from) {
+    constexpr std::int64_t unix_time_of_2001 = 978307200;
+    char* text = nullptr;
+    std::uint32_t size = 0;
+    plist_to_xml(from, &text, &size);
+    const std::unique_ptr<char, decltype(&std::free)> owner(text, std::free);
+    const std::string xml(text == nullptr ? "" : text, size);
+    std::tm date{};
+    const std::size_t begin = xml.find("<date>");
+    if (begin == std::string::npos ||
+        strptime(xml.c_str() + begin, "<date>%Y-%m-%dT%H:%M:%SZ", &date) == nullptr) {
+        throw std::runtime_error("a date cannot be read");
+    }
+    return timegm(&date) - unix_time_of_2001;
+}
+
+/// The library goes down into a tree as deep as that is.
+void check_xml_depth(std::string_view text) {
+    int depth = 0;
+    for (std::size_t at = text.find('<'); at != std::string_view::npos;
+         at = text.find('<', at + 1)) {
+        const std::string_view tag = text.substr(at + 1, 6);
+        if (tag.substr(0, 5) == "array" || tag.substr(0, 4) == "dict") ++depth;
+        if (tag.substr(0, 6) == "/array" || tag.substr(0, 5) == "/dict") --depth;
+        if (depth > deepest_tree) fail_too_deep();
+    }
 }
 
 node plist_node(std::string key, plist_t from, int depth) {
@@ -143,6 +167,7 @@ node read_plist(const std::string& bytes) {
     if (bytes.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw std::runtime_error("the property list is too long");
     }
+    if (bytes.compare(0, 6, "bplist") != 0) check_xml_depth(bytes);
     plist_t tree = nullptr;
     plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &tree);
     if (tree == nullptr) throw std::runtime_error("this is no property list");
