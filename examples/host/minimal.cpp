@@ -49,7 +49,7 @@ int run(int argc, char** argv) {
     const std::wstring package = engine::to_wide(argv[1]);
     const std::wstring key = engine::to_wide(argv[2]);
     if (mv_update_scripts_package(package.c_str(), key.c_str()) != mv_success) {
-        std::cerr << "the package is refused; morvantic.log says why\n";
+        std::cerr << "the package is refused; \"morvantic verify\" tells why\n";
         return 1;
     }
     if (argc == 4) {

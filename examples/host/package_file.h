@@ -6,7 +6,7 @@
 #include <string>
 
 /// One whole file of the installed package, by its path in the package; nothing if there is none.
-/// A package delivers any of its files by each of the four get_ operations, so one is enough here.
+/// Resources may be of any kind, so their operation stands for the other three here.
 inline std::optional<std::string> package_file(const std::string& name) {
     struct file_bytes : engine::CScriptArgumentCallbackOf<file_bytes> {
         std::string content;

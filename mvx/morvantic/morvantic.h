@@ -70,7 +70,7 @@ MV_API unsigned short mv_shutdown() noexcept;
 /// Verifies a script package by the RSA public key in a PEM file, and installs it in place of the
 /// one before. Replace a package file by renaming, since it stays open and is read on demand.
 ///
-/// Returns mv_success; mv_package_refused, with the reason in the log, if the package cannot be
+/// Returns mv_success; mv_package_refused, with a line in the log, if the package cannot be
 /// used; mv_failed for a null argument and for any other exception. A package that fails a check
 /// leaves the earlier one in place. One that is sound and cannot be listed does not: a member name
 /// that is no UTF-8 though marked so gives mv_package_refused, a payload that is no archive even

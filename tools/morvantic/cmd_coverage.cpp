@@ -59,7 +59,9 @@ std::set<listed_app> read_list(const std::string& path) {
             return !word.empty();
         };
         if (next(platform)) platform = platform_named(platform, path);
-        if (!platform.empty() && next(more)) fail_input(path + ": What is \"" + more + "\"?");
+        if (!platform.empty() && next(more)) {
+            fail_input(std::string(path).append(": What is ").append(more) + '?');
+        }
         apps.emplace(std::move(app), std::move(platform));
     }
     return apps;
@@ -103,8 +105,9 @@ void compare(const std::set<listed_app>& list, coverage_report& coverage) {
         const auto app = coverage.apps.find(name);
         const bool is_served =
             app != coverage.apps.end() && (platform.empty() || app->second.contains(platform));
-        if (!is_served)
-            coverage.unserved.push_back(platform.empty() ? name : name + " on " + platform);
+        if (is_served) continue;
+        std::string& unserved = coverage.unserved.emplace_back(name);
+        if (!platform.empty()) unserved.append(" on ").append(platform);
     }
 }
 

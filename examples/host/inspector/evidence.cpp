@@ -8,12 +8,10 @@ namespace inspector {
 
 namespace {
 
+using marks_of_text = std::map<char32_t, std::wstring>;
+
 /// Text as XML has it. What XML cannot hold, and bytes that are no UTF-8, become U+FFFD.
-std::string escaped(std::string_view text) {
-    static const std::map<char32_t, std::wstring> marks = {
-        {'&', L"&amp;"}, {'<', L"&lt;"},   {'>', L"&gt;"},   {'"', L"&quot;"},
-        {'\t', L"&#9;"}, {'\n', L"&#10;"}, {'\r', L"&#13;"},
-    };
+std::string escaped(std::string_view text, const marks_of_text& marks) {
     std::wstring result;
     for (const wchar_t c : engine::to_wide(text)) {
         const auto code = static_cast<char32_t>(c);
@@ -27,6 +25,14 @@ std::string escaped(std::string_view text) {
         }
     }
     return engine::to_utf8(result);
+}
+
+std::string escaped(std::string_view text) {
+    static const marks_of_text marks = {
+        {'&', L"&amp;"}, {'<', L"&lt;"},   {'>', L"&gt;"},   {'"', L"&quot;"},
+        {'\t', L"&#9;"}, {'\n', L"&#10;"}, {'\r', L"&#13;"},
+    };
+    return escaped(text, marks);
 }
 
 std::string attribute(const char* name, std::string_view text) {
@@ -174,7 +180,7 @@ void print_end(std::ostream& out, const std::vector<std::string>& left_out) {
     for (std::string item : left_out) {
         for (std::size_t at; (at = item.find("--")) != std::string::npos;)
             item.insert(at + 1, " "); // a comment ends at two of them
-        out << "  <!-- " << escaped(item) << " -->\n";
+        out << "  <!-- " << escaped(item, {}) << " -->\n";
     }
     out << "</evidence>\n";
 }

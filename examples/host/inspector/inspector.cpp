@@ -68,7 +68,7 @@ int run(char** words) {
         return 1;
     }
     if (mv_update_scripts_package(package.c_str(), key.c_str()) != mv_success) {
-        faults.add("the package is refused; morvantic.log says why");
+        faults.add("the package is refused; \"morvantic verify\" tells why");
         return 1;
     }
     const auto plan = find_plan(app, platform_type);
