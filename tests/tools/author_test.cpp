@@ -37,7 +37,7 @@ TEST_F(Author, FindsANewScriptSoundFormattedAndServed) {
     EXPECT_EQ(run("test " + apps).out, "1 script as recorded.\n");
 
     const std::string list = folder.file("list");
-    EXPECT_EQ(run(pack_it + " --app-list " + list).status, 0);
+    EXPECT_EQ(run(pack_it + " --app-list list", "cd " + folder.path() + " &&").status, 0);
     EXPECT_EQ(run("info --apps " + package).out, support::read_file(list));
     EXPECT_EQ(run(pack_it + " --app-list " + private_key()).status, 2);
     EXPECT_EQ(run("check " + package + " --key " + public_key()).status, 0);

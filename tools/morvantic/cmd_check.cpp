@@ -89,8 +89,7 @@ action define(CLI::App& command) {
     command.add_option("INPUT", options->inputs,
                        "Scripts (.sc, or - for standard input), folders to be\n"
                        "packed, or packages.");
-    command.add_option("--key", options->key, "The public key that packages are verified with.")
-        ->type_name("FILE");
+    add_package_key(command, options->key);
     command
         .add_option("--off", options->off,
                     "Leave out findings of this code, or of several with\n"

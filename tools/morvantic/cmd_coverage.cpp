@@ -160,8 +160,7 @@ exit_status run_coverage(const coverage_options& options) {
 action define(CLI::App& command) {
     auto options = std::make_shared<coverage_options>();
     command.add_option("INPUT", options->input, "A package, or a folder to be packed.")->required();
-    command.add_option("--key", options->key, "The public key that a package is verified with.")
-        ->type_name("FILE");
+    add_package_key(command, options->key);
     command
         .add_option("--apps", options->apps,
                     "A list of apps that should be served, a line each: a\n"

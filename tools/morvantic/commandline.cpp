@@ -54,6 +54,11 @@ void add_public_key(CLI::App& command, std::string& key) {
         ->type_name("FILE");
 }
 
+void add_package_key(CLI::App& command, std::string& key) {
+    command.add_option("--key", key, "The public key that a package is verified with.")
+        ->type_name("FILE");
+}
+
 void add_json(CLI::App& command, bool& json) {
     command.add_flag("--json", json, "Write JSON, for programs to read.");
 }

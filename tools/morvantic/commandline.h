@@ -38,6 +38,8 @@ extern const subcommand diff_command;
 // Options that several subcommands have.
 void add_package(CLI::App& command, std::string& package);
 void add_public_key(CLI::App& command, std::string& key);
+/// For inputs that need not be packages.
+void add_package_key(CLI::App& command, std::string& key);
 void add_json(CLI::App& command, bool& json);
 
 /// Text below the options in the help: examples and such.

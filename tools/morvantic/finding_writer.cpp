@@ -175,6 +175,11 @@ json sarif_result(const script_findings& of, const finding& found, text_places& 
             {"locations", json::array({location})}};
 }
 
+std::size_t count_off(const std::vector<script_findings>& all) {
+    return std::accumulate(all.begin(), all.end(), std::size_t{0},
+                           [](std::size_t sum, const script_findings& of) { return sum + of.off; });
+}
+
 } // namespace
 
 std::size_t characters(std::string_view text) {
@@ -217,9 +222,7 @@ std::string summary_of(const std::vector<script_findings>& all) {
         text += (text.empty() ? "" : ", ") + counted(counts[severity], severity_words[severity]);
     }
     text = (text.empty() ? "Nothing found" : text) + " in " + counted(all.size(), "script");
-    const std::size_t off =
-        std::accumulate(all.begin(), all.end(), std::size_t{0},
-                        [](std::size_t sum, const script_findings& of) { return sum + of.off; });
+    const std::size_t off = count_off(all);
     return text + (off == 0 ? ".\n" : ", and " + counted(off, "finding") + " switched off.\n");
 }
 
@@ -236,7 +239,8 @@ std::string json_of(const std::vector<script_findings>& all) {
     return dumped({{"scripts", std::move(scripts)},
                    {"errors", counts[severity_error]},
                    {"warnings", counts[severity_warning]},
-                   {"notes", counts[severity_note]}});
+                   {"notes", counts[severity_note]},
+                   {"switched_off", count_off(all)}});
 }
 
 std::string sarif_of(const std::vector<script_findings>& all) {

@@ -188,17 +188,20 @@ private:
             return block_end;
         }
         if (!is_property) return behind_braces(at + 2);
-        index semicolon = at + 2;
-        bool swallows = false; // more than values
-        for (; semicolon < m_list.end() && !m_list.is(semicolon, ';'); ++semicolon)
-            swallows |=
-                m_list.is(semicolon, '=') || m_list.is(semicolon, '{') || m_list.is(semicolon, '}');
-        if (semicolon >= m_list.end()) {
+        const index semicolon = m_list.next_semicolon(at + 2);
+        if (semicolon == m_list.end()) {
             add_at("endless-property", at, m_list.spelled(at));
-        } else if (swallows) {
+        } else if (semicolon > block_end || has_more_than_values(at + 2, semicolon)) {
             add_at("swallowing-property", at, m_list.spelled(at));
         }
         return std::min(semicolon + 1, block_end);
+    }
+
+    bool has_more_than_values(index at, index end) const {
+        for (; at != end; ++at) {
+            if (m_list.is(at, '=') || m_list.is(at, '{') || m_list.is(at, '}')) return true;
+        }
+        return false;
     }
 
     /// From behind an opening brace to behind its closing one.

@@ -93,7 +93,8 @@ void temporary_file::publish(const std::string& target, bool replace,
 
 void replace_text(const std::string& path, std::string_view text) {
     try {
-        const std::string target = std::filesystem::weakly_canonical(path).string();
+        const std::string target =
+            std::filesystem::weakly_canonical(std::filesystem::absolute(path)).string();
         file_status status{};
         const bool is_there = stat(target.c_str(), &status) == 0;
         if (is_there && access(target.c_str(), W_OK) != 0) throw_error(errno);

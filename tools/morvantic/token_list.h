@@ -19,6 +19,7 @@ struct token_list {
         do {
             const script_token token = reader.next();
             (token.is_comment() ? comments : tokens).push_back(token);
+            if (token.kind == ';') semicolons.push_back(tokens.size() - 1);
         } while (tokens.empty() || tokens.back().kind != token_end);
     }
 
@@ -42,9 +43,16 @@ struct token_list {
         return static_cast<token_index>(found - tokens.begin());
     }
 
+    /// From this token on; the end if there is none.
+    token_index next_semicolon(token_index at) const {
+        const auto found = std::lower_bound(semicolons.begin(), semicolons.end(), at);
+        return found == semicolons.end() ? end() : *found;
+    }
+
     std::string_view text;
     std::vector<script_token> tokens;
     std::vector<script_token> comments;
+    std::vector<token_index> semicolons;
 };
 
 } // namespace tool
