@@ -212,10 +212,11 @@ def make_messenger(app, extra):
     })
     archive = app / "files/archive/2025.cba"
     write_database(archive, """
-        CREATE TABLE chat_line (chat TEXT, seq INTEGER, sender TEXT, text TEXT);
+        CREATE TABLE chat_line (chat TEXT, seq INTEGER, sender TEXT, text TEXT,
+                                envelope BLOB);
         """, {
-            "chat_line": [("group:007", 1, "tel:0171 5550101", "Bis Montag!"),
-                          (None, 2, None, "ohne Chat")],
+            "chat_line": [("group:007", 1, "tel:0171 5550101", "Bis Montag!", None),
+                          (None, 2, None, "ohne Chat", b"\x0a\x02hi")],
         })
     secret = bytes(range(32))
     write(archive, archived(archive.read_bytes(), secret, b"salt for the key"))

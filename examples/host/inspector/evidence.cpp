@@ -1,6 +1,7 @@
 #include "evidence.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <ostream>
 
@@ -114,7 +115,22 @@ std::string to_text(const value& content) {
     if (content.is_null()) return {};
     if (content.is_string()) return content.get<std::string>();
     if (content.is_binary()) return to_base64(content.get_binary());
+    if (is_endless(content)) {
+        const double number = content.get<double>();
+        return std::isnan(number) ? "NaN" : number < 0 ? "-INF" : "INF";
+    }
     return content.dump(-1, ' ', false, value::error_handler_t::replace);
+}
+
+bool is_endless(const value& content) {
+    return content.is_number_float() && !std::isfinite(content.get<double>());
+}
+
+std::string printable(std::string_view text) {
+    std::wstring shown = engine::to_wide(text);
+    const auto is_control = [](wchar_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); };
+    std::replace_if(shown.begin(), shown.end(), is_control, wchar_t{0xFFFD});
+    return engine::to_utf8(shown);
 }
 
 std::string to_base64(const value::binary_t& bytes) {

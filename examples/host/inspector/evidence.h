@@ -58,8 +58,15 @@ struct source {
     std::vector<node> tree{}; // its root, if there is a tree
 };
 
-/// A value as text, as scripts mean it where they join values or fill in a path. Bytes are base64.
+/// A value as text, as scripts mean it where they join values or fill in a path. Bytes are base64,
+/// numbers without end INF, -INF and NaN, as in XML Schema.
 std::string to_text(const value& content);
+
+/// Whether a value is a number without end, which JSON has no form for.
+bool is_endless(const value& content);
+
+/// Text of a foreign origin for a terminal: control characters become U+FFFD.
+std::string printable(std::string_view text);
 
 std::string to_base64(const value::binary_t& bytes);
 std::vector<std::uint8_t> from_base64(std::string_view text);

@@ -10,7 +10,6 @@
 #include "../package_file.h"
 #include "reader.h"
 
-#include <csignal>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -76,11 +75,11 @@ int run(char** words) {
         faults.add("no script is for " + app + " on " + words[4]);
         return 1;
     }
-    stores files(folder);
+    stores files(folder, faults);
     print_begin(std::cout, app, platform);
     inspect(*plan, files, faults);
     print_end(std::cout, left_out(*plan));
-    return faults.any() ? 1 : 0;
+    return faults.count() != 0 ? 1 : 0;
 }
 
 } // namespace
@@ -92,7 +91,6 @@ int main(int argc, char** argv) {
         std::cerr << "usage: inspector PACKAGE PUBLIC_KEY APP PLATFORM FOLDER\n";
         return 2;
     }
-    std::signal(SIGPIPE, SIG_IGN); // the Python process may end before it has taken all
     mv_init(L".");
     int result = 1;
     try {

@@ -3,18 +3,16 @@
 #include "../package_file.h"
 #include "python_driver.h"
 
-#include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -24,25 +22,35 @@ namespace inspector {
 
 namespace {
 
-constexpr timeval longest_call{60, 0};
+constexpr std::chrono::seconds longest_call{60};
 
 [[noreturn]] void fail(const char* what, int code = errno) {
     throw std::system_error(code, std::generic_category(), what);
 }
 
-struct file_closer {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
+struct descriptor {
+    int number = -1;
 
-using file_handle = std::unique_ptr<std::FILE, file_closer>;
+    descriptor() = default;
+
+    explicit descriptor(int opened) : number(opened) {}
+
+    descriptor(const descriptor&) = delete;
+    descriptor& operator=(const descriptor&) = delete;
+
+    ~descriptor() {
+        if (number >= 0) close(number);
+    }
+};
 
 /// The module's name for Python: its path without folders and ending.
 std::string stem(const std::string& path) { return std::filesystem::path(path).stem().string(); }
 
-/// A value for the driver: bytes and dictionaries are marked, so that neither can pass for the
-/// other.
+/// A value for the driver: bytes, dictionaries and numbers without end are marked, so that none can
+/// pass for another.
 value packed(const value& content) {
     if (content.is_binary()) return {{"bytes", to_base64(content.get_binary())}};
+    if (is_endless(content)) return {{"number", to_text(content)}};
     if (!content.is_structured()) return content;
     value list = value::array();
     for (const auto& [key, item] : content.items())
@@ -52,8 +60,67 @@ value packed(const value& content) {
 
 value unpacked(const value& result) {
     if (!result.is_object()) return result;
+    if (result.contains("number")) return std::stod(result["number"].get<std::string>());
     return value::binary(from_base64(result.at("bytes").get_ref<const std::string&>()));
 }
+
+/// Writes a call with all calls in it as one list of steps, so that a script may nest as deep as it
+/// likes.
+struct program_writer {
+    struct open_call {
+        const recorder::value* item;
+        std::size_t count; // of its arguments so far
+    };
+
+    const std::map<std::string, python_module>& modules;
+    value steps = value::array();
+    std::vector<open_call> open{};
+
+    void leaf(const recorder::value& item) {
+        count();
+        switch (item.kind) {
+        case recorder::value_int:
+            push(item.number);
+            break;
+        case recorder::value_bool:
+            push(item.number != 0);
+            break;
+        case recorder::value_texts:
+            push(item.texts);
+            break;
+        case recorder::value_call:
+            finish(item, 0);
+            break;
+        default:
+            push(item.text);
+            break;
+        }
+    }
+
+    void call_begin(const recorder::value& item) {
+        count();
+        open.push_back({&item, 0});
+    }
+
+    void call_end() {
+        const open_call ended = open.back();
+        open.pop_back();
+        finish(*ended.item, ended.count);
+    }
+
+    void count() {
+        if (!open.empty()) ++open.back().count;
+    }
+
+    void push(value content) { steps.push_back({"push", std::move(content)}); }
+
+    void finish(const recorder::value& item, std::size_t arguments) {
+        const call_names names = names_of(item);
+        const auto found = modules.find(names.where);
+        if (found == modules.end()) throw script_error("there is no module " + names.where);
+        steps.push_back({"call", stem(found->second.path), names.function, arguments});
+    }
+};
 
 } // namespace
 
@@ -64,17 +131,13 @@ public:
         std::array<int, 2> ends{};
         if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
             fail("socketpair");
-        m_answers = file_handle(fdopen(ends[0], "r"));
-        m_requests = file_handle(fdopen(fcntl(ends[0], F_DUPFD_CLOEXEC, 0), "w"));
-        const file_handle other_end(fdopen(ends[1], "r+"));
-        if (!m_answers || !m_requests || !other_end) fail("fdopen");
-        for (const int direction : {SO_RCVTIMEO, SO_SNDTIMEO})
-            setsockopt(ends[0], SOL_SOCKET, direction, &longest_call, sizeof longest_call);
+        m_line.number = ends[0];
+        const descriptor other_end(ends[1]);
 
         posix_spawn_file_actions_t files{};
         posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_adddup2(&files, ends[1], STDIN_FILENO);
-        posix_spawn_file_actions_adddup2(&files, ends[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&files, other_end.number, STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&files, other_end.number, STDOUT_FILENO);
         // -I: neither the environment nor the working directory has a say in what is imported.
         const std::array<const char*, 5> words{"python3", "-I", "-c", python_driver, nullptr};
         const int code = posix_spawnp(&m_process, words[0], &files, nullptr,
@@ -91,27 +154,50 @@ public:
         waitpid(m_process, nullptr, 0);
     }
 
+    /// What follows belongs to one call, and all of it has to be done in its time.
+    void begin_call() { m_deadline = clock::now() + longest_call; }
+
     void send(const value& message) {
-        const std::string line = message.dump(-1, ' ', false, value::error_handler_t::replace);
-        std::fwrite(line.data(), 1, line.size(), m_requests.get());
-        std::fputc('\n', m_requests.get());
-        if (std::fflush(m_requests.get()) != 0) fail("python3 has ended");
+        const std::string line =
+            message.dump(-1, ' ', false, value::error_handler_t::replace) + '\n';
+        for (std::size_t sent = 0; sent != line.size();) {
+            wait_for(POLLOUT);
+            sent += moved(::send(m_line.number, line.data() + sent, line.size() - sent,
+                                 MSG_NOSIGNAL | MSG_DONTWAIT));
+        }
     }
 
     value receive() {
-        char* line = nullptr;
-        std::size_t capacity = 0;
-        const ssize_t size = getline(&line, &capacity, m_answers.get());
-        const std::unique_ptr<char, decltype(&std::free)> owner(line, std::free);
-        if (size > 0 && line[size - 1] == '\n') return value::parse(line, line + size);
-        kill(m_process, SIGKILL); // an answer that comes late would be taken for the next one
-        throw std::runtime_error("python3 has ended, or took too long");
+        std::string line;
+        while (line.empty() || line.back() != '\n') { // it says no more before it is asked again
+            std::array<char, 65536> bytes{};
+            wait_for(POLLIN);
+            line.append(bytes.data(),
+                        moved(recv(m_line.number, bytes.data(), bytes.size(), MSG_DONTWAIT)));
+        }
+        return value::parse(line);
     }
 
 private:
-    file_handle m_requests;
-    file_handle m_answers;
+    using clock = std::chrono::steady_clock;
+
+    void wait_for(short event) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_deadline - clock::now());
+        pollfd line{m_line.number, event, 0};
+        if (left.count() > 0 && poll(&line, 1, static_cast<int>(left.count())) != 0) return;
+        kill(m_process, SIGKILL); // an answer that comes late would be taken for the next one
+        throw std::runtime_error("python3 took too long");
+    }
+
+    static std::size_t moved(ssize_t count) {
+        if (count > 0) return static_cast<std::size_t>(count);
+        if (count < 0 && errno == EAGAIN) return 0;
+        throw std::runtime_error("python3 has ended");
+    }
+
+    descriptor m_line;
     pid_t m_process = 0;
+    clock::time_point m_deadline{};
 };
 
 python_calls::python_calls(std::map<std::string, python_module> modules, hook answer_hook)
@@ -142,6 +228,7 @@ const python_calls::definition& python_calls::defined(const recorder::value& cal
 }
 
 value python_calls::answer_to(const value& request) {
+    m_child->begin_call();
     m_child->send(request);
     for (;;) {
         const value message = m_child->receive();
@@ -177,70 +264,8 @@ value python_calls::modules() const {
     return sources;
 }
 
-std::string python_calls::module_name(const std::string& where) const {
-    const auto found = m_modules.find(where);
-    if (found == m_modules.end()) throw script_error("there is no module " + where);
-    return stem(found->second.path);
-}
-
-/// A call with all calls in it as one list of steps, so that a script may nest as deep as it likes.
 value python_calls::program(const recorder::value& call) const {
-    struct writer {
-        const python_calls& owner;
-        value steps = value::array();
-
-        struct open_call {
-            const recorder::value* item;
-            std::size_t count;
-        };
-
-        std::vector<open_call> open{};
-
-        void leaf(const recorder::value& item) {
-            count();
-            switch (item.kind) {
-            case recorder::value_int:
-                push(item.number);
-                break;
-            case recorder::value_bool:
-                push(item.number != 0);
-                break;
-            case recorder::value_texts:
-                push(item.texts);
-                break;
-            case recorder::value_call:
-                finish(item, 0);
-                break;
-            default:
-                push(item.text);
-                break;
-            }
-        }
-
-        void call_begin(const recorder::value& item) {
-            count();
-            open.push_back({&item, 0});
-        }
-
-        void call_end() {
-            const open_call ended = open.back();
-            open.pop_back();
-            finish(*ended.item, ended.count);
-        }
-
-        void count() {
-            if (!open.empty()) ++open.back().count;
-        }
-
-        void push(value content) { steps.push_back({"push", std::move(content)}); }
-
-        void finish(const recorder::value& item, std::size_t arguments) {
-            const std::size_t colons = item.text.find("::");
-            steps.push_back({"call", owner.module_name(item.text.substr(0, colons)),
-                             item.text.substr(colons + 2), arguments});
-        }
-    } writing{*this};
-
+    program_writer writing{m_modules};
     recorder::walk(recorder::value_list({call}), writing);
     return writing.steps;
 }

@@ -15,7 +15,7 @@ namespace inspector {
 
 /// Runs the Python functions that a script calls. They are foreign code, so they run in a child
 /// process, which is started with the first call. It may end or hang without harm to the host: all
-/// calls fail from then on. The host has to ignore SIGPIPE, as it would end with the child.
+/// calls fail from then on.
 class python_calls {
 public:
     /// Gives what a hook of Default.py asks for: "resource" and its name, "app_file" with place and
@@ -42,7 +42,6 @@ private:
     value answer_to(const value& request);
     value modules() const;
     value program(const recorder::value& call) const;
-    std::string module_name(const std::string& where) const;
 
     std::map<std::string, python_module> m_modules;
     hook m_hook;

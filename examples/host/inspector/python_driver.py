@@ -2,7 +2,8 @@
 
 The host sends one JSON object a line and gets one back: {"value": ...} or {"error": "..."}. Before
 it answers, the driver may ask for a file by {"ask": hook, "names": [...]}, which is answered alike.
-Bytes travel as {"bytes": base64}, dictionaries as {"dict": [[key, value], ...]}.
+Bytes travel as {"bytes": base64}, dictionaries as {"dict": [[key, value], ...]}, numbers without end
+as {"number": text}.
 
     {"modules": {name: source, ...}}           first of all; Default is among them
     {"define": number, "program": [...]}       a call, inner calls first: ["push", value] and
@@ -15,6 +16,7 @@ import importlib
 import importlib.abc
 import importlib.util
 import json
+import math
 import os
 import sys
 
@@ -44,8 +46,8 @@ def packed(value):
         return {"bytes": base64.b64encode(value).decode("ascii")}
     if isinstance(value, int) and -2**63 <= value < 2**63:
         return value
-    if isinstance(value, float) and value - value == 0:  # neither infinite nor undefined
-        return value
+    if isinstance(value, float):
+        return value if math.isfinite(value) else {"number": str(value)}
     return str(value).encode("utf-8", "replace").decode("utf-8")
 
 
@@ -56,6 +58,8 @@ def unpacked(value):
         return value
     if "bytes" in value:
         return base64.b64decode(value["bytes"])
+    if "number" in value:
+        return float(value["number"])
     return {key: unpacked(item) for key, item in value["dict"]}
 
 

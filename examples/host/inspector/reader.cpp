@@ -76,6 +76,15 @@ const std::map<engine::EFunctionType, effect> tree_effects = {
     {engine::function_analyze_const_value, effect::analyze_file},
 };
 
+/// What a function on columns gets: the value of its one column, or the list of the values.
+value input_of(const arguments_of& arguments, const record& row) {
+    if (arguments.is(1, recorder::value_text)) return row.content(arguments.text(1));
+    value input = value::array();
+    for (const std::string& column : arguments.texts(1))
+        input.push_back(row.content(column));
+    return input;
+}
+
 /// The path with {1}, {2} and so on replaced by the values.
 std::string filled(const std::string& pattern, const value& input) {
     const value values = input.is_array() ? input : value::array({input});
@@ -94,8 +103,22 @@ std::string filled(const std::string& pattern, const value& input) {
     return path;
 }
 
+/// The columns that a function is for have to be there; after it, those that it adds are as well.
+void check_columns(const recorder::call& call, database_content& content) {
+    const arguments_of arguments(call);
+    const auto table = content.columns.find(arguments.text(0));
+    if (table == content.columns.end()) throw script_error("no such table");
+    if (table->second.empty()) return; // which has been told
+    for (const std::string& column : arguments.texts(1)) {
+        if (table->second.count(column) == 0) throw script_error("no such column: " + column);
+    }
+    if (record_effects.at(call.function_type) == effect::add) {
+        table->second.insert(arguments.text(2));
+    }
+}
+
 /// Does a piece of work. What it throws is told as a fault of what `name` gives.
-template <class Work, class Name>
+template <class Name, class Work>
 void attempt(complaints& faults, const Name& name, const Work& work) {
     try {
         work();
@@ -132,14 +155,14 @@ source reader::read_file(const analyzer& how, engine::EEnumValue place, const st
                          std::size_t nesting) {
     source found{how.name, path};
     const auto name = [&] { return how.name + ": " + path; };
-    attempt(m_complaints, name, [&] {
+    complete(found, name, [&] {
         for (const recorder::call& made : m_section.globals) {
             if (made.function_type != engine::function_set_path_to_id_modifier) continue;
             const arguments_of arguments(made);
             found.id = to_text(m_python.run(arguments.value(0, recorder::value_call), path));
         }
     });
-    attempt(m_complaints, name, [&] {
+    complete(found, name, [&] {
         const auto content = m_stores.read(place, path);
         if (!content) {
             found.state = "missing";
@@ -155,6 +178,13 @@ source reader::read_file(const analyzer& how, engine::EEnumValue place, const st
     return found;
 }
 
+template <class Name, class Work>
+void reader::complete(source& found, const Name& name, const Work& work) {
+    const std::size_t before = m_complaints.count();
+    attempt(m_complaints, name, work);
+    if (m_complaints.count() != before) found.state = "incomplete";
+}
+
 /// Reads the bytes of a file, or of a value in one, then lets the functions of the analyzer work.
 void reader::fill(source& found, const analyzer& how, const value& content,
                   const side_files& beside, std::size_t nesting) {
@@ -162,52 +192,42 @@ void reader::fill(source& found, const analyzer& how, const value& content,
         found.state = "not read by this host";
         return;
     }
-    found.state = "incomplete";
     value bytes = content;
     for (const recorder::call& made : how.functions) {
         if (made.function_type != engine::function_set_file_function) continue;
         bytes = m_python.run(arguments_of(made).value(0, recorder::value_call), bytes);
     }
-    parse(found, how, to_bytes(bytes), beside);
-    for (node& root : found.tree)
-        apply_to_tree(how, root, nesting);
-    apply_to_records(how, found.records, nesting);
-}
-
-void reader::parse(source& found, const analyzer& how, const std::string& bytes,
-                   const side_files& beside) {
-    std::vector<std::string> faults;
-    if (how.type == engine::object_json_analyzer) {
-        found.tree.push_back(read_json(bytes));
-    } else if (how.type == engine::object_plist_analyzer) {
-        found.tree.push_back(read_plist(bytes));
-    } else {
-        std::vector<std::string> tables; // all
-        const auto* selected = last_call(how, engine::function_add_selected_tables);
-        if (selected != nullptr) tables = arguments_of(*selected).texts(0);
-        faults = read_sqlite(bytes, beside, tables, found.records);
+    if (gives_tree(how.type)) {
+        const bool is_json = how.type == engine::object_json_analyzer;
+        found.tree.push_back(is_json ? read_json(to_bytes(bytes)) : read_plist(to_bytes(bytes)));
+        apply_to_tree(how, found.tree.back(), nesting);
+        return;
     }
-    for (const std::string& fault : faults)
+    std::vector<std::string> tables; // all
+    const auto* selected = last_call(how, engine::function_add_selected_tables);
+    if (selected != nullptr) tables = arguments_of(*selected).texts(0);
+    database_content database = read_sqlite(to_bytes(bytes), beside, tables);
+    for (const std::string& fault : database.faults)
         m_complaints.add(how.name + ": " + found.path + ": " + fault);
-    if (faults.empty()) found.state = nullptr;
+    apply_to_records(how, database, nesting);
+    found.records = std::move(database.records);
 }
 
-void reader::apply_to_records(const analyzer& how, std::vector<record>& records,
-                              std::size_t nesting) {
+void reader::apply_to_records(const analyzer& how, database_content& content, std::size_t nesting) {
     const bool is_forced = sees_missing_values(how);
     for (const recorder::call& made : how.functions) {
         if (record_effects.count(made.function_type) == 0) continue;
         const statement todo{how, made, arguments_of(made), nesting};
-        for (record& row : records) {
-            attempt(m_complaints, todo, [&] {
-                if (row.kind != todo.arguments.text(0)) return;
-                value input = value::array();
-                for (const std::string& column : todo.arguments.texts(1))
-                    input.push_back(row.content(column));
-                if (!todo.arguments.is(1, recorder::value_texts)) input = value(input[0]);
-                if (!is_missing(input) || is_forced) work_on(todo, row, input);
-            });
-        }
+        attempt(m_complaints, todo, [&] {
+            check_columns(made, content);
+            for (record& row : content.records) {
+                if (row.kind != todo.arguments.text(0)) continue;
+                attempt(m_complaints, todo, [&] {
+                    const value input = input_of(todo.arguments, row);
+                    if (!is_missing(input) || is_forced) work_on(todo, row, input);
+                });
+            }
+        });
     }
 }
 
@@ -283,7 +303,7 @@ std::string reader::identifier(const statement& todo, const value& input) {
 source reader::read_value(const statement& todo, const value& content) {
     const analyzer& how = helper(todo, 2);
     source found{how.name};
-    attempt(m_complaints, todo, [&] { fill(found, how, content, {}, todo.nesting + 1); });
+    complete(found, todo, [&] { fill(found, how, content, {}, todo.nesting + 1); });
     return found;
 }
 

@@ -1,35 +1,16 @@
 #pragma once
 
+#include "complaints.h"
 #include "evidence.h"
 #include "python_calls.h"
 #include "script_plan.h"
 #include "sqlite_records.h"
 #include "stores.h"
 
-#include <map>
-#include <optional>
-#include <ostream>
-#include <set>
 #include <string>
 #include <vector>
 
 namespace inspector {
-
-/// What is at fault, each told once.
-class complaints {
-public:
-    explicit complaints(std::ostream& out) : m_out(out) {}
-
-    void add(const std::string& text) {
-        if (m_told.insert(text).second) m_out << "inspector: " << text << '\n';
-    }
-
-    bool any() const { return !m_told.empty(); }
-
-private:
-    std::ostream& m_out;
-    std::set<std::string> m_told;
-};
 
 /// Reads the stores as the analyzers of one Script section say, and lets their functions work.
 class reader {
@@ -55,12 +36,14 @@ private:
 
     source read_file(const analyzer& how, engine::EEnumValue place, const std::string& path,
                      std::size_t nesting);
+    /// Does a part of what a source comes from. If anything in it is at fault, the source says so.
+    template <class Name, class Work>
+    void complete(source& found, const Name& name, const Work& work);
+
     void fill(source& found, const analyzer& how, const value& content, const side_files& beside,
               std::size_t nesting);
-    void parse(source& found, const analyzer& how, const std::string& bytes,
-               const side_files& beside);
 
-    void apply_to_records(const analyzer& how, std::vector<record>& records, std::size_t nesting);
+    void apply_to_records(const analyzer& how, database_content& content, std::size_t nesting);
     void apply_to_tree(const analyzer& how, node& root, std::size_t nesting);
 
     void work_on(const statement& todo, record& row, const value& input);

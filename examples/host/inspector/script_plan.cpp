@@ -47,7 +47,7 @@ struct module_collector {
 
     void leaf(const recorder::value& item) {
         if (item.kind != recorder::value_call) return;
-        const std::string where = item.text.substr(0, item.text.find("::"));
+        const std::string where = names_of(item).where;
         const char* path = include.python(where.c_str());
         if (path == nullptr || modules.count(where) != 0) return;
         python_module& found = modules[where];
@@ -101,6 +101,11 @@ std::optional<script_plan> find_plan(const std::string& app, engine::EPlatformTy
         return read_plan(name, script, *header);
     }
     return std::nullopt;
+}
+
+call_names names_of(const recorder::value& call) {
+    const std::size_t colons = call.text.find("::");
+    return {call.text.substr(0, colons), call.text.substr(colons + 2)};
 }
 
 const recorder::value& arguments_of::value(std::size_t place, recorder::value_kind kind) const {

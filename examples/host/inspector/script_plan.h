@@ -42,6 +42,14 @@ struct script_plan {
     std::vector<std::string> queries;
 };
 
+/// The two names in a value of the kind `value_call`.
+struct call_names {
+    std::string where; // the module's namespace
+    std::string function;
+};
+
+call_names names_of(const recorder::value& call);
+
 /// What the first script, in the order of names, says of an app; nothing if there is no script.
 std::optional<script_plan> find_plan(const std::string& app, engine::EPlatformTypes platform);
 

@@ -122,21 +122,24 @@ bool is_among(const std::vector<std::string>& names, const std::string& name) {
     });
 }
 
-void read_table(sqlite3* database, const std::string& table, std::vector<record>& records) {
+void read_table(sqlite3* database, const std::string& table, database_content& content) {
     const statement_handle rows = prepare(database, "SELECT * FROM " + quoted(table));
+    std::vector<std::string> names;
+    for (int i = 0; i != sqlite3_column_count(rows.get()); ++i)
+        names.emplace_back(sqlite3_column_name(rows.get(), i));
+    content.columns[table] = {names.begin(), names.end()};
     while (step(database, rows.get())) {
         record row{table};
-        for (int i = 0; i != sqlite3_column_count(rows.get()); ++i)
-            row.fields.push_back({sqlite3_column_name(rows.get(), i), column(rows.get(), i)});
-        records.push_back(std::move(row));
+        for (std::size_t i = 0; i != names.size(); ++i)
+            row.fields.push_back({names[i], column(rows.get(), static_cast<int>(i))});
+        content.records.push_back(std::move(row));
     }
 }
 
 } // namespace
 
-std::vector<std::string> read_sqlite(const std::string& database, const side_files& beside,
-                                     const std::vector<std::string>& tables,
-                                     std::vector<record>& records) {
+database_content read_sqlite(const std::string& database, const side_files& beside,
+                             const std::vector<std::string>& tables) {
     const scratch_folder scratch;
     const fs::path path = scratch.write("copy", database);
     if (beside.write_ahead_log) scratch.write("copy-wal", *beside.write_ahead_log);
@@ -144,18 +147,19 @@ std::vector<std::string> read_sqlite(const std::string& database, const side_fil
     const database_handle handle = open(path);
     const std::vector<std::string> existing = all_tables(handle.get());
 
-    std::vector<std::string> faults;
+    database_content content;
     for (const std::string& table : tables.empty() ? existing : tables) {
+        content.columns[table];
         try {
             if (!is_among(existing, table)) { // a view may have rows without end
                 throw std::runtime_error("no such table: " + table);
             }
-            read_table(handle.get(), table, records);
+            read_table(handle.get(), table, content);
         } catch (const std::exception& failure) {
-            faults.emplace_back(failure.what());
+            content.faults.emplace_back(failure.what());
         }
     }
-    return faults;
+    return content;
 }
 
 } // namespace inspector

@@ -2,7 +2,9 @@
 
 #include "evidence.h"
 
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,11 +16,15 @@ struct side_files {
     std::optional<std::string> journal; // of a transaction to be undone
 };
 
-/// Appends the rows of a database: of the given tables in their order, or of all tables if none is
-/// given. Gives what is wrong with each table that could not be read to its end. Throws
-/// std::runtime_error if the file is no database.
-std::vector<std::string> read_sqlite(const std::string& database, const side_files& beside,
-                                     const std::vector<std::string>& tables,
-                                     std::vector<record>& records);
+struct database_content {
+    std::vector<record> records;
+    std::map<std::string, std::set<std::string>> columns; // of each table; none if it is not there
+    std::vector<std::string> faults;                      // of tables not read to their end
+};
+
+/// The rows of a database: of the given tables in their order, or of all tables if none is given.
+/// Throws std::runtime_error if the file is no database.
+database_content read_sqlite(const std::string& database, const side_files& beside,
+                             const std::vector<std::string>& tables);
 
 } // namespace inspector

@@ -76,19 +76,31 @@ const char* folder_of(engine::EEnumValue place) {
 }
 
 const std::vector<std::string>& stores::files(engine::EEnumValue place) {
-    const auto [found, is_new] = m_files.try_emplace(place);
-    std::vector<std::string>& names = found->second;
+    const auto known = m_files.find(place);
+    if (known != m_files.end()) return known->second;
+    std::vector<std::string> names;
     const char* folder = folder_of(place);
-    if (!is_new || folder == nullptr || !fs::is_directory(m_folder / folder)) return names;
-    const fs::path root = m_folder / folder;
-    const auto options = fs::directory_options::skip_permission_denied;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root, options)) {
-        // A link may lead anywhere.
-        if (entry.is_symlink() || !entry.is_regular_file()) continue;
-        names.push_back(entry.path().lexically_relative(root).string());
-    }
+    if (folder != nullptr && fs::is_directory(m_folder / folder)) list(m_folder / folder, names);
     std::sort(names.begin(), names.end());
-    return names;
+    return m_files.emplace(place, std::move(names)).first->second;
+}
+
+void stores::list(const fs::path& root, std::vector<std::string>& names) {
+    std::vector<fs::path> folders{root};
+    while (!folders.empty()) {
+        const fs::path folder = std::move(folders.back());
+        folders.pop_back();
+        std::error_code failure;
+        fs::directory_iterator entry(folder, failure);
+        for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
+            // Neither kind is a link, which may lead anywhere.
+            const fs::file_type type = entry->symlink_status().type();
+            if (type == fs::file_type::directory) folders.push_back(entry->path());
+            if (type != fs::file_type::regular) continue;
+            names.push_back(entry->path().lexically_relative(root).string());
+        }
+        if (failure) m_complaints.add(folder.string() + ": " + failure.message());
+    }
 }
 
 std::vector<std::string> stores::matching(engine::EEnumValue place,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <morvantic/morvantic.h>
+#include "complaints.h"
 
 #include <filesystem>
 #include <map>
@@ -11,11 +11,12 @@
 namespace inspector {
 
 /// The files of an app: what stands below the folders app, extra and raw. They are never written
-/// to. A path that is asked for is one of those listed, so neither a script nor what stands in the
-/// stores can lead out of the folder.
+/// to. A path that is asked for is one of those listed, so neither a script nor what stands in
+/// these folders can lead out of them.
 class stores {
 public:
-    explicit stores(std::filesystem::path folder) : m_folder(std::move(folder)) {}
+    stores(std::filesystem::path folder, complaints& faults)
+        : m_folder(std::move(folder)), m_complaints(faults) {}
 
     /// The files of a place that fit one of the patterns, in the order of their names. "*" stands
     /// for any part of a name, "**" for any folders.
@@ -27,8 +28,10 @@ public:
 
 private:
     const std::vector<std::string>& files(engine::EEnumValue place);
+    void list(const std::filesystem::path& root, std::vector<std::string>& names);
 
     std::filesystem::path m_folder;
+    complaints& m_complaints; // about folders that cannot be listed
     std::map<engine::EEnumValue, std::vector<std::string>> m_files; // sorted
 };
 

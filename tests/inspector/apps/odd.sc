@@ -28,6 +28,8 @@
         analyzeColumn("t", "j", inner);
         analyzeConstColumn("t", "p", fs.Extra, "{1}/{2}", inner);
         idOnColumn("t");
+        idOnColumn("t", "z", "t");
+        idOnColumn("u", "a", "t");
         setAnalyzer(inner);
         setSpecific(sqlite.BBM);
     }
