@@ -58,6 +58,8 @@ apps=$root/usr/share/doc/morvantic/examples/apps
 "$tool" keygen "$work/private.pem" "$work/public.pem" >/dev/null
 "$tool" pack "$apps" "$work/apps.pkg" --key "$work/private.pem" >/dev/null
 
+python3 "$hosts/make_stores.py" "$work/stores"
+
 cd "$work"
 scripts=$(find "$source/examples/apps" -name '*.sc' | wc -l)
 for host in by-cmake/minimal_host by-pkg-config/minimal_host; do
@@ -65,3 +67,6 @@ for host in by-cmake/minimal_host by-pkg-config/minimal_host; do
     [[ $listed -eq $scripts ]] || fail "$host lists $listed of $scripts scripts"
     "$host" apps.pkg public.pem Default.py | cmp - "$source/examples/apps/Default.py"
 done
+app=ch.tagebuechli.diary
+by-cmake/inspector apps.pkg public.pem $app iOS stores/$app |
+    cmp - "$source/tests/inspector/expected/$app.xml"
