@@ -5,8 +5,8 @@
 
 C++ is compiled against the installed engine, and run if it is a program. Shell blocks are run in
 order, each document's in a folder of its own. What would build or measure for minutes is replaced by
-a stand-in that knows which presets, targets and scripts there are. Blocks of text are pictures or
-samples; those that can be made are compared.
+a stand-in that knows which presets, targets and scripts there are. What the command prints
+in a sample is compared; text is a picture, or a script that another test reads.
 """
 
 import json
@@ -18,6 +18,7 @@ import stat
 import subprocess
 import sys
 import tempfile
+import textwrap
 import xml.etree.ElementTree
 
 source, build, compiler = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), sys.argv[3]
@@ -35,8 +36,19 @@ RUNS = {
     ("docs/host-guide.md", 4): [([], 0)],
 }
 
+# What the samples of docs/language.md are of.
+DEMO = """::App::Header::{ Package { names = "demo"; platforms = platform.iOS; namespaces = "Demo"; } }
+::Demo::Script::{
+    func setSpecific(nobody);
+}
+"""
+TOKENS = set("namespace name word lower-case-word other-word bool string text number object-type "
+             "function-type".split())
+
 # What a reader of a document has at hand.
 BEFORE = {
+    "docs/language.md": """morvantic new com.example.mail --platform iOS --folder apps
+        morvantic new com.example.maps --platform iOS --folder apps""",
     "docs/package-format.md": f"cp -r {source}/examples/apps scripts",
     "examples/README.md": f"""cp -r {source}/examples .
         morvantic keygen private.pem public.pem
@@ -75,7 +87,7 @@ def expect(place, done, status=0):
 def blocks_of(document):
     """Place, language and text of each block of code."""
     text = (source / document).read_text(encoding="utf-8")
-    for match in re.finditer(r"^```(\w+)\n(.*?)^```$", text, re.M | re.S):
+    for match in re.finditer(r"^```(\w*)\n(.*?)^```$", text, re.M | re.S):
         line = text.count("\n", 0, match.start()) + 1
         yield f"{document}:{line}", match[1], match[2]
 
@@ -163,14 +175,39 @@ def check_cmake(folder, environment):
             expect(place, run("cmake", "--build", folder / "by-cmake", env=environment))
 
 
-def check_sample(folder, environment):
-    """The sample of a finding in README, made anew of the script that README makes."""
-    script = folder / "apps/com.example.mail.sc"
+def check_samples(document, said):
+    for place, language, sample in blocks_of(document):
+        if language == "console" and textwrap.dedent(sample) not in said:
+            fail(place, f"what is said is\n{said}")
+
+
+def check_console(work, environment):
+    """What README says of the script that it makes, with a slip, and the reference of a demo."""
+    def said(*words, folder):
+        done = run("morvantic", *words, cwd=folder, env=environment)
+        return done.stdout + done.stderr
+
+    readme = work / "README.md"
+    script = readme / "apps/com.example.mail.sc"
     script.write_text(script.read_text().replace("SqliteAnalyzer", "SqliteAnalyser"))
-    found = run("morvantic", "check", "apps", cwd=folder, env=environment).stdout
-    place, _, sample = next(block for block in blocks_of("README.md") if block[1] == "text")
-    if not found.startswith(sample):
-        fail(place, f"morvantic check says\n{found}")
+    check_samples("README.md", said("check", "apps", folder=readme))
+
+    demo = readme / "demo"
+    demo.mkdir()
+    (demo / "demo.sc").write_text(DEMO)
+    said("pack", "demo", "demo.pkg", "--no-check", "--key", "private.pem", folder=readme)
+    dumped = said("dump", "demo.pkg", "demo.sc", "--key", "public.pem", folder=readme)
+    check_samples("docs/language.md", said("check", "demo.sc", folder=demo) +
+                  dumped.replace("    log ERROR: ", "").replace("\n        Call", "\n    Call"))
+
+
+def check_grammar(document):
+    """Every name in a rule has a rule of its own, or is a token or told in words."""
+    grammar = "".join(text for _, language, text in blocks_of(document) if language == "ebnf")
+    defined = set(re.findall(r"^([-\w]+) +=", grammar, re.M))
+    used = set(re.findall(r"[-\w]+", re.sub(r'".*?"|[?].*?[?]', " ", grammar)))
+    for name in used - defined - TOKENS:
+        fail(document, f"the grammar has no rule for {name}")
 
 
 def check_tests_named(document):
@@ -199,9 +236,10 @@ def main():
         for place, language, text in blocks_of(document):
             if language == "xml":
                 xml.etree.ElementTree.fromstring(text)
-            elif language not in ("cpp", "cmake", "sh", "text"):
+            elif language not in ("cpp", "cmake", "sh", "text", "console", "ebnf"):
                 fail(place, f"nobody checks {language}")
     check_tests_named("docs/host-guide.md")
+    check_grammar("docs/language.md")
 
     with tempfile.TemporaryDirectory() as name:
         work = pathlib.Path(name)
@@ -227,7 +265,7 @@ def main():
             (readme / f"{name}.pkg").chmod(0o444)
         check_cpp("README.md", readme, environment)
         check_cpp("docs/host-guide.md", readme, environment)
-        check_sample(readme, environment)
+        check_console(work, environment)
     print("\n".join(failures) or "All documents hold.", flush=True)
     sys.exit(1 if failures else 0)
 
