@@ -18,9 +18,9 @@ BEGIN {
 
     write(".TH " escaped(toupper(title)) " 1 \"\" \"morvantic " version "\" \"User Commands\"\n")
     write(".nh\n.ad l\n") # what is to be typed is neither broken nor stretched
-    section("NAME", escaped(title) " \\- " escaped(lower_first(summary)) "\n")
+    section("NAME", escaped(title) " \\- " escaped(phrase(summary)) "\n")
     section("SYNOPSIS", synopsis)
-    section("DESCRIPTION", description)
+    section("DESCRIPTION", description == "" ? note(summary) : description)
     section("ARGUMENTS", tables["Arguments:"])
     section("OPTIONS", tables["Options:"])
     section("COMMANDS", tables["Subcommands:"])
@@ -58,12 +58,8 @@ function take(block,    heading) {
     else if (heading ~ /^Examples?:$/) examples = note(substr(block, length(heading) + 2))
     else if (heading ~ /^Exit status/) status_notes = status_notes note(block)
     else if (heading ~ /Exit status:$/) description = description note(before_exit_table(block))
+    else if (summary == "") summary = block
     else description = description note(block)
-
-    if (heading !~ /:/ && summary == "") {
-        summary = heading
-        sub(/\.$/, "", summary)
-    }
 }
 
 # Words of the command line: the command bold, what the user puts in slanted.
@@ -146,7 +142,11 @@ function other_pages(help,    lines, words, count, i, text) {
     return text "\n"
 }
 
-function lower_first(text) { return tolower(substr(text, 1, 1)) substr(text, 2) }
+# A sentence as part of another.
+function phrase(text) {
+    sub(/\.$/, "", text)
+    return tolower(substr(text, 1, 1)) substr(text, 2)
+}
 
 # Another page, never broken over two lines.
 function page_name(text) { return "\\%" bold(text) "(1)" }
