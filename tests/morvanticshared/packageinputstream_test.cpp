@@ -68,24 +68,6 @@ INSTANTIATE_TEST_SUITE_P(Package, StreamContract,
 
 namespace {
 
-/// What the log and the tools say of each fault.
-TEST(PackageFault, HasItsSentence) {
-    const std::pair<package_fault, const char*> sentences[] = {
-        {fault_none, "The package is sound."},
-        {fault_too_short, "The file is shorter than a package header."},
-        {fault_kind, "This is no package: the file does not begin with a known kind."},
-        {fault_version, "The header version is unknown."},
-        {fault_header_unreadable, "The header cannot be read."},
-        {fault_payload_unreachable, "The payload cannot be reached."},
-        {fault_key, "The public key cannot be loaded."},
-        {fault_payload_unreadable, "The payload cannot be read to its end."},
-        {fault_signature, "The signature does not match."},
-        {fault_encryption_unknown, "The encryption type is unknown."},
-        {package_fault(255), "The package is refused."}};
-    for (const auto& [fault, sentence] : sentences)
-        EXPECT_STREQ(fault_text(fault), sentence);
-}
-
 const std::string unknown_version = "Debug debug: [ASSERT] !\"Unknown package version.\"";
 const std::string unknown_type = "Debug debug: [ASSERT] !\"Unknown package encryption type\"";
 
