@@ -1,8 +1,8 @@
 #include "commandline.h"
+#include "digest.h"
 #include "header_report.h"
 #include "output.h"
 #include "package_view.h"
-#include "package_writer.h"
 
 #include "morvanticshared/packageverification.h"
 
@@ -49,12 +49,10 @@ package_content content_of(const std::string& package_path, const std::string& k
         content.field_order.emplace_back(field.name);
     }
     for (const member& entry : view.members()) {
-        std::vector<std::uint8_t> bytes;
-        read_or_fail(view, entry, package.name(), [&](std::span<const std::uint8_t> block) {
-            bytes.insert(bytes.end(), block.begin(), block.end());
-        });
         const std::string name = entry.text_name();
-        content.files.emplace(name, digest_of(bytes));
+        content.files.emplace(name, digest_of_read([&, &from = package](const byte_sink& sink) {
+                                  read_or_fail(view, entry, from.name(), sink);
+                              }));
         content.kinds.emplace(name, entry.kind);
     }
     return content;

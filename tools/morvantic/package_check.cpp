@@ -1,5 +1,6 @@
 #include "package_check.h"
 
+#include "digest.h"
 #include "engine_host.h"
 #include "failure.h"
 #include "package_view.h"
@@ -7,7 +8,6 @@
 #include "scratch_package.h"
 
 #include "core/text.h"
-#include "core_crypto/hashcommon.h"
 
 #include <numeric>
 
@@ -17,15 +17,6 @@ namespace {
 
 [[noreturn]] void fail_check(const std::string& reason) {
     fail_input("The package came out wrong and is thrown away: " + reason + ".");
-}
-
-/// The digest of what `read` hands over.
-template <class Read>
-std::vector<std::uint8_t> digest_of_read(Read&& read) {
-    core::CHash hash(core::hash_sha256);
-    hash.init();
-    read([&](std::span<const std::uint8_t> bytes) { hash.update_raw(bytes.data(), bytes.size()); });
-    return hash.finish();
 }
 
 void check_file(const packed_file& file, const package_view& view, const engine_host& engine) {

@@ -2,6 +2,7 @@
 
 #include "archive_writer.h"
 #include "descriptor.h"
+#include "digest.h"
 #include "failure.h"
 #include "progress.h"
 
@@ -9,7 +10,6 @@
 #include "core/text.h"
 #include "core/winapifileinputstream.h"
 #include "core_crypto/cipher.h"
-#include "core_crypto/hashcommon.h"
 #include "core_crypto/rsasigner.h"
 #include "morvanticshared/packageverification.h"
 
@@ -124,13 +124,6 @@ void check_fields(const package_fields& fields, const EVP_PKEY* key) {
     } catch (const core::exception& error) {
         fail_call(error.what());
     }
-}
-
-std::vector<std::uint8_t> digest_of(const std::vector<std::uint8_t>& content) {
-    core::CHash hash(core::hash_sha256);
-    hash.init();
-    hash.update_bytes(content);
-    return hash.finish();
 }
 
 std::vector<packed_file> write_package(const std::string& path, int number,

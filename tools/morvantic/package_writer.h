@@ -28,11 +28,8 @@ void check_fields(const package_fields& fields, const EVP_PKEY* key);
 struct packed_file {
     std::wstring name;
     std::uint64_t size;
-    std::vector<std::uint8_t> digest;
+    std::vector<std::uint8_t> digest; // SHA-256
 };
-
-/// SHA-256.
-std::vector<std::uint8_t> digest_of(const std::vector<std::uint8_t>& content);
 
 /// Writes a whole package into an empty file. Throws failure, the
 /// input's, about a source, and std::system_error about the package.
