@@ -7,6 +7,7 @@ Each app gets a folder of its package name, with the folders app and extra that 
 and fs.Extra. People, places and amounts are invented. The same bytes come out each time.
 """
 
+import argparse
 import datetime
 import hashlib
 import hmac
@@ -14,7 +15,6 @@ import json
 import pathlib
 import plistlib
 import sqlite3
-import sys
 
 APPLE = datetime.datetime(2001, 1, 1)
 WINDOWS = datetime.datetime(1601, 1, 1)
@@ -231,9 +231,9 @@ def make_messenger(app, extra):
 
 
 def main():
-    if len(sys.argv) != 2:
-        sys.exit("usage: make_stores.py FOLDER")
-    folder = pathlib.Path(sys.argv[1])
+    parser = argparse.ArgumentParser(description="Makes small stores for the inspector to read.")
+    parser.add_argument("folder", metavar="FOLDER", type=pathlib.Path)
+    folder = parser.parse_args().folder
     make_diary(folder / "ch.tagebuechli.diary/app")
     make_household(folder / "2093Ledgerling.Household_t5b8n1c6y4h2a/app")
     make_tracker(folder / "fit.stridelark.tracker/app")

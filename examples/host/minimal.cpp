@@ -21,24 +21,29 @@ void print_objects(const recorder::recording_body& body) {
     }
 }
 
-void print_script(const wchar_t* name) {
+/// False if a section cannot be read, or is not there. The log tells which, and what is wrong.
+bool print_script(const wchar_t* name) {
     std::cout << engine::to_utf8(name) << '\n';
     recorder::recording_script script(name);
     script.init();
 
     // Header and Include come first: a Script section sees the names that they declare.
     auto* header = dynamic_cast<engine::CScriptHeader*>(script.section("App", "Header"));
+    if (header == nullptr) return false;
     script.section("App", "Include");
-    while (const char* app = header ? header->packageNames_next() : nullptr) {
+    bool is_whole = true;
+    while (const char* app = header->packageNames_next()) {
         std::cout << "  for " << app << '\n';
         if (!header->accept(app, any_platform)) continue;
         header->namespace_reset(); // accept leaves the walk where it stood
         while (const char* where = header->namespace_next()) {
             std::cout << "   " << where << '\n';
             auto* body = dynamic_cast<recorder::recording_body*>(script.section(where, "Script"));
-            if (body != nullptr) print_objects(*body); // else its text is faulty
+            if (body != nullptr) print_objects(*body);
+            is_whole = is_whole && body != nullptr;
         }
     }
+    return is_whole;
 }
 
 int run(int argc, char** argv) {
@@ -59,9 +64,13 @@ int run(int argc, char** argv) {
         return file ? 0 : 1;
     }
     engine::CScriptStorageInterface storage;
-    while (const wchar_t* name = storage.next())
-        print_script(name);
-    return 0;
+    bool all_whole = true;
+    while (const wchar_t* name = storage.next()) {
+        if (print_script(name)) continue;
+        all_whole = false;
+        std::cerr << engine::to_utf8(name) << " cannot be read in full; see morvantic.log\n";
+    }
+    return all_whole ? 0 : 1;
 }
 
 } // namespace

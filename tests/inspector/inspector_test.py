@@ -104,7 +104,8 @@ class Inspector(unittest.TestCase):
                 self.assertEqual(status, 1)
                 self.assertEqual(len(told), 1)
                 self.assertTrue(told[0].startswith("inspector: " + fault), told[0])
-                self.assertEqual('state="incomplete"' in document, content is not None)
+                self.assertIn('state="%s"' % ("missing" if content is None else "incomplete"),
+                              document)
                 self.assertIn(kept, document)
 
     def test_input_that_fits_nothing(self):
@@ -157,18 +158,20 @@ class Inspector(unittest.TestCase):
 
         call = 'trees: call functionOnValue("text", 20, '
         self.expect("org.example.odd", "Android", folder, ["inspector: " + fault for fault in (
+            "broken.sc: there is no Header that can be read; see morvantic.log",
+            "odd.sc: the Script section of Broken is faulty, or not there; see morvantic.log",
             "rows: a/\ufffd/x.db: no such table: no such table",
             'rows: call idOnColumn("t"): argument 2 does not suit',
             'rows: call idOnColumn("t", "z", "t"): no such column: z',
-            'rows: call idOnColumn("u", "a", "t"): no such table',
+            'rows: call idOnColumn("u", "a", "t"): no such table is read: u',
             'endless: call analyzeObject("", 22, endless): analyzers are nested too deep',
             "trees: deep.json: the tree is too deep",
             call + 'odd::shown(odd::raises("inner"))): SystemExit: inner',
             call + 'odd::raises("outer")): SystemExit: outer',
             call + 'odd::shown(default::app_file(36, "../secret"))): '
-                   'RuntimeError: this host cannot deliver [36,"../secret"]',
+                   'RuntimeError: there is no app/../secret',
             call + 'odd::shown(default::keychain_item("key"))): '
-                   'RuntimeError: this host cannot deliver ["key"]',
+                   'RuntimeError: this host has no keychain',
             call + "odd::no_such_function()): AttributeError: "
                    "module 'odd' has no attribute 'no_such_function'",
             call + "odd::ends_the_process()): python3 has ended",

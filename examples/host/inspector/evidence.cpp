@@ -41,54 +41,83 @@ std::string attribute(const char* name, std::string_view text) {
     return std::string(" ") + name + "=\"" + escaped(text) + '"';
 }
 
-/// An element that holds a value, and below it whatever `print_below` prints.
+std::string line_at(int depth) {
+    return '\n' + std::string(static_cast<std::size_t>(depth) * 2, ' ');
+}
+
+/// An element that holds a value, and below it whatever `print_below` prints, with the text that it
+/// is given in front of each. No white space is added to a value.
 template <class Below>
 void print_element(std::ostream& out, int depth, const char* name, const std::string& attributes,
                    const value& content, bool has_below, Below&& print_below) {
-    const std::string indent(static_cast<std::size_t>(depth) * 2, ' ');
-    out << indent << '<' << name << attributes;
+    out << '<' << name << attributes;
     if (content.is_binary()) out << " encoding=\"base64\"";
     const std::string text = escaped(to_text(content));
     if (text.empty() && !has_below) {
-        out << "/>\n";
+        out << "/>";
         return;
     }
     out << '>' << text;
-    if (has_below) {
-        out << '\n';
-        print_below();
-        out << indent;
-    }
-    out << "</" << name << ">\n";
+    const bool has_lines = has_below && text.empty();
+    if (has_below) print_below(has_lines ? line_at(depth + 1) : "");
+    out << (has_lines ? line_at(depth) : "") << "</" << name << '>';
 }
 
-void print(std::ostream& out, const std::vector<source>& sources, int depth) {
-    for (const source& found : sources)
-        print(out, found, depth);
+void print(std::ostream& out, const source& found, int depth);
+void print(std::ostream& out, const record& found, int depth);
+void print(std::ostream& out, const node& found, int depth);
+
+template <class Item>
+void print_all(std::ostream& out, const std::vector<Item>& items, const std::string& before,
+               int depth) {
+    for (const Item& item : items) {
+        out << before;
+        print(out, item, depth);
+    }
+}
+
+void print(std::ostream& out, const field& found, int depth) {
+    print_element(out, depth, "field", attribute("name", found.name) + attribute("ref", found.ref),
+                  found.content, !found.inside.empty(), [&](const std::string& before) {
+                      print_all(out, found.inside, before, depth + 1);
+                  });
 }
 
 void print(std::ostream& out, const record& found, int depth) {
     const std::string attributes =
         attribute("kind", found.kind) + attribute("state", "live") + attribute("id", found.id);
-    print_element(out, depth, "record", attributes, {}, !found.fields.empty(), [&] {
-        for (const field& item : found.fields) {
-            if (item.content.is_null() && item.ref.empty()) continue;
-            print_element(out, depth + 1, "field",
-                          attribute("name", item.name) + attribute("ref", item.ref), item.content,
-                          !item.inside.empty(), [&] { print(out, item.inside, depth + 2); });
-        }
-    });
+    print_element(out, depth, "record", attributes, {}, !found.fields.empty(),
+                  [&](const std::string& before) {
+                      for (const field& item : found.fields) {
+                          if (item.content.is_null() && item.ref.empty()) continue;
+                          out << before;
+                          print(out, item, depth + 1);
+                      }
+                  });
 }
 
 void print(std::ostream& out, const node& found, int depth) {
     const std::string attributes = attribute("key", found.key) +
                                    attribute("type", engine::CEnumValue::get_enum_name(found.type));
     const bool has_below = !found.below.empty() || !found.inside.empty();
-    print_element(out, depth, "node", attributes, found.content, has_below, [&] {
-        for (const node& item : found.below)
-            print(out, item, depth + 1);
-        print(out, found.inside, depth + 1);
-    });
+    print_element(out, depth, "node", attributes, found.content, has_below,
+                  [&](const std::string& before) {
+                      print_all(out, found.below, before, depth + 1);
+                      print_all(out, found.inside, before, depth + 1);
+                  });
+}
+
+void print(std::ostream& out, const source& found, int depth) {
+    const std::string attributes = attribute("analyzer", found.analyzer) +
+                                   attribute("path", found.path) + attribute("id", found.id) +
+                                   attribute("state", found.state ? found.state : "");
+    const node none;
+    const node& root = found.tree.empty() ? none : found.tree.front();
+    print_element(out, depth, "source", attributes, root.content,
+                  !found.records.empty() || !root.below.empty(), [&](const std::string& before) {
+                      print_all(out, found.records, before, depth + 1);
+                      print_all(out, root.below, before, depth + 1);
+                  });
 }
 
 constexpr std::string_view base64_digits =
@@ -176,20 +205,10 @@ void print_begin(std::ostream& out, const std::string& app, const std::string& p
         << attribute("platform", platform) << ">\n";
 }
 
-void print(std::ostream& out, const source& found, int depth) {
-    const std::string attributes = attribute("analyzer", found.analyzer) +
-                                   attribute("path", found.path) + attribute("id", found.id) +
-                                   attribute("state", found.state ? found.state : "");
-    const value root_content = found.tree.empty() ? value() : found.tree.front().content;
-    const bool has_tree = !found.tree.empty() && !found.tree.front().below.empty();
-    print_element(out, depth, "source", attributes, root_content,
-                  !found.records.empty() || has_tree, [&] {
-                      for (const record& item : found.records)
-                          print(out, item, depth + 1);
-                      if (!has_tree) return;
-                      for (const node& item : found.tree.front().below)
-                          print(out, item, depth + 1);
-                  });
+void print(std::ostream& out, const source& found) {
+    out << "  ";
+    print(out, found, 1);
+    out << '\n';
 }
 
 void print_end(std::ostream& out, const std::vector<std::string>& left_out) {

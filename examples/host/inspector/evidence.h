@@ -76,7 +76,7 @@ std::string to_bytes(const value& content);
 value from_bytes(std::string_view bytes);
 
 void print_begin(std::ostream& out, const std::string& app, const std::string& platform);
-void print(std::ostream& out, const source& found, int depth = 1);
+void print(std::ostream& out, const source& found);
 
 /// Names what the document does not have, though the script asks for it.
 void print_end(std::ostream& out, const std::vector<std::string>& left_out);

@@ -22,15 +22,18 @@ namespace {
 
 /// What the functions of Default.py ask for.
 std::string answer_hook(stores& files, const std::string& hook, const value& names) {
-    std::optional<std::string> file;
     if (hook == "resource") {
-        file = package_file(names.at(0).get<std::string>());
-    } else if (hook == "app_file") {
-        const auto place = engine::CEnumValue::get_enum_type(names.at(0).get<int>());
-        file = files.read(place, names.at(1).get<std::string>());
+        const auto name = names.at(0).get<std::string>();
+        if (const auto file = package_file(name)) return *file;
+        throw std::runtime_error("the package has no " + name);
     }
-    if (!file) throw std::runtime_error("this host cannot deliver " + names.dump());
-    return *file;
+    if (hook == "app_file") {
+        const auto place = engine::CEnumValue::get_enum_type(names.at(0).get<int>());
+        const auto path = names.at(1).get<std::string>();
+        if (const auto file = files.read(place, path)) return *file;
+        throw std::runtime_error("there is no " + stores::shown(place, path));
+    }
+    throw std::runtime_error("this host has no keychain");
 }
 
 void inspect(const script_plan& plan, stores& files, complaints& faults) {
@@ -39,7 +42,7 @@ void inspect(const script_plan& plan, stores& files, complaints& faults) {
     });
     for (const std::string& name : plan.faulty)
         faults.add(plan.script + ": the Script section of " + name +
-                   " is faulty; see morvantic.log");
+                   " is faulty, or not there; see morvantic.log");
     for (const section& part : plan.sections) {
         reader reading(part, files, python, faults);
         for (const analyzer& how : part.analyzers) {
@@ -70,7 +73,7 @@ int run(char** words) {
         faults.add("the package is refused; \"morvantic verify\" tells why");
         return 1;
     }
-    const auto plan = find_plan(app, platform_type);
+    const auto plan = find_plan(app, platform_type, faults);
     if (!plan) {
         faults.add("no script is for " + app + " on " + words[4]);
         return 1;
@@ -88,7 +91,8 @@ int run(char** words) {
 
 int main(int argc, char** argv) {
     if (argc != 6) {
-        std::cerr << "usage: inspector PACKAGE PUBLIC_KEY APP PLATFORM FOLDER\n";
+        std::cerr << "usage: inspector PACKAGE PUBLIC_KEY APP PLATFORM FOLDER\n"
+                     "A platform is Android, iOS, WindowsPhone or Blackberry.\n";
         return 2;
     }
     mv_init(L".");

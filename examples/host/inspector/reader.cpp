@@ -107,7 +107,9 @@ std::string filled(const std::string& pattern, const value& input) {
 void check_columns(const recorder::call& call, database_content& content) {
     const arguments_of arguments(call);
     const auto table = content.columns.find(arguments.text(0));
-    if (table == content.columns.end()) throw script_error("no such table");
+    if (table == content.columns.end()) {
+        throw script_error("no such table is read: " + arguments.text(0));
+    }
     if (table->second.empty()) return; // which has been told
     for (const std::string& column : arguments.texts(1)) {
         if (table->second.count(column) == 0) throw script_error("no such column: " + column);
@@ -145,8 +147,8 @@ std::vector<source> reader::read(const analyzer& how) {
         for (const std::string& path : m_stores.matching(place, patterns))
             found.push_back(read_file(how, place, path, 0));
         if (!found.empty() || how.options.count("optional") != 0) return;
-        throw std::runtime_error(std::string("there is no ") + folder_of(place) + '/' +
-                                 patterns.front());
+        found.push_back({how.name, patterns.front(), {}, "missing"});
+        throw std::runtime_error("there is no " + stores::shown(place, patterns.front()));
     });
     return found;
 }
@@ -341,6 +343,8 @@ bool reader::carries_out(const analyzer& how, const recorder::call& made) {
 
 std::vector<std::string> left_out(const script_plan& plan) {
     std::vector<std::string> all;
+    for (const std::string& where : plan.faulty)
+        all.push_back("faulty, or not there: the Script section of " + where);
     const auto add = [&all](const std::string& text) {
         if (std::find(all.begin(), all.end(), text) == all.end()) all.push_back(text);
     };

@@ -91,13 +91,19 @@ const analyzer* section::find(const std::string& analyzer_name) const {
     return found == analyzers.end() ? nullptr : &*found;
 }
 
-std::optional<script_plan> find_plan(const std::string& app, engine::EPlatformTypes platform) {
+std::optional<script_plan> find_plan(const std::string& app, engine::EPlatformTypes platform,
+                                     complaints& faults) {
     engine::CScriptStorageInterface storage;
     while (const wchar_t* name = storage.next()) {
         recorder::recording_script script(name);
         script.init();
         auto* header = dynamic_cast<engine::CScriptHeader*>(script.section("App", "Header"));
-        if (header == nullptr || !header->accept(app.c_str(), platform)) continue;
+        if (header == nullptr) {
+            faults.add(engine::to_utf8(name) +
+                       ": there is no Header that can be read; see morvantic.log");
+            continue;
+        }
+        if (!header->accept(app.c_str(), platform)) continue;
         return read_plan(name, script, *header);
     }
     return std::nullopt;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../../recorder/recorder.h"
+#include "complaints.h"
 
 #include <map>
 #include <optional>
@@ -50,8 +51,10 @@ struct call_names {
 
 call_names names_of(const recorder::value& call);
 
-/// What the first script, in the order of names, says of an app; nothing if there is no script.
-std::optional<script_plan> find_plan(const std::string& app, engine::EPlatformTypes platform);
+/// What the first script, in the order of names, says of an app; nothing if there is no script. A
+/// script on the way whose Header cannot be read is a fault, as it may have been the one.
+std::optional<script_plan> find_plan(const std::string& app, engine::EPlatformTypes platform,
+                                     complaints& faults);
 
 /// The engine knows names and grammar. Which arguments a function takes is for the host to judge.
 struct script_error : std::runtime_error {

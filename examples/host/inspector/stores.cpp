@@ -113,6 +113,11 @@ std::vector<std::string> stores::matching(engine::EEnumValue place,
     return result;
 }
 
+std::string stores::shown(engine::EEnumValue place, const std::string& path) {
+    const char* folder = folder_of(place);
+    return folder == nullptr ? path : folder + ('/' + path);
+}
+
 std::optional<std::string> stores::read(engine::EEnumValue place, const std::string& path) {
     const std::vector<std::string>& names = files(place);
     if (!std::binary_search(names.begin(), names.end(), path)) return std::nullopt;

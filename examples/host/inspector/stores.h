@@ -23,6 +23,9 @@ public:
     std::vector<std::string> matching(engine::EEnumValue place,
                                       const std::vector<std::string>& patterns);
 
+    /// A path with the folder of its place in front, to tell of it.
+    static std::string shown(engine::EEnumValue place, const std::string& path);
+
     /// The content of a file; nothing if there is no such file. Throws if it cannot be read.
     std::optional<std::string> read(engine::EEnumValue place, const std::string& path);
 

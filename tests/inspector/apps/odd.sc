@@ -4,7 +4,7 @@
     Package {
         names = "org.example.odd";
         platforms = platform.Android;
-        namespaces = "Odd";
+        namespaces = "Odd", "Broken";
     }
 }
 
@@ -50,4 +50,8 @@
         functionOnValue("text", json.String, odd::ends_the_process());
         functionOnValue("text", json.String, odd::shown());
     }
+}
+
+::Broken::Script::{
+    func setRecreateFilesystemFolders(nobody);
 }
