@@ -389,7 +389,7 @@ constexpr finding_kind of_the_text[] = {
      frame_none, "::App::Header::{ Package { names = \"a\"; platforms = platform.iOS; namespaces = \"A\", \"B\"; } }\n::A::Script::{ func setSpecific(c); }\n::B::Script::{ const c = \"\"; }"},
     {"version-ignored", severity_note,
      "\"%\" has no effect: the engine stores it, and no selection asks for it.",
-     "a version limit in `Package`, or `engineVersion`", "drop it, or see that your host asks",
+     "a version limit in `Package`, or `engineVersion`", "drop it, or keep it for readers and switch the note off",
      frame_header, "engineVersion = 2000000;"},
     {"version-overwritten", severity_warning,
      "\"%\" overwrites the other version of the package: the engine has one field for both.",

@@ -5,6 +5,7 @@
  * driver's app stores no cards. Positions are integers in millionths of a degree; the way of
  * a ride is a compressed polyline with five decimals.
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 // Both version limits are there to show which one stays.
 // morvantic-check-off: version-overwritten
 

@@ -7,6 +7,7 @@
  *
  * An odd vault number N marks a decoy vault, which a second PIN opens.
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 
 ::App::Header::{
     engineVersion = 1000000;

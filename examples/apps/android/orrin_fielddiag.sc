@@ -5,6 +5,7 @@
  * to the place where the handset was set up, two hours east of UTC for the devices seen, but
  * the position log counts in UTC and the event log keeps the time of the factory.
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 // The one log for people has a layout of its own, on purpose.
 // morvantic-check-off: constant-shadows
 

@@ -4,6 +4,7 @@
  * The app backs itself up to shared storage. A backup is an archive with the notes database
  * and the drawings of one day, so the database analyzer serves the live file and the backups.
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 // The name means another path in one object, on purpose.
 // morvantic-check-off: constant-shadows
 

@@ -6,6 +6,7 @@
  * logs/position.log         positions while the app was in front
  * data/state.ser            the route that was being driven when the app was left
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 
 ::App::Header::{
     engineVersion = 1000000;

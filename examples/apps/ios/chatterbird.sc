@@ -2,6 +2,7 @@
  * Chatterbird for iOS. The stores are those of the Android app under other names, so the
  * queries are shared. The app and its share extension meet in the group container.
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 
 ::App::Header::{
     const app_title = "Chatterbird";

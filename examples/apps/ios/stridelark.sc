@@ -5,6 +5,7 @@
  * Library/Watch/UUID.act        what the watch sent, before the app took it into the database
  * Documents/Export/NAME.gpx     activities that the user exported
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 
 ::App::Header::{
     const activity_schema = "Resources/stridelark/activity.proto";

@@ -4,6 +4,7 @@
  * An entry is a property list of its own, named by its day; the index is a database. Moods
  * count from -2 (storm) to 1 (sun). Photos lie beside the entries in a package folder.
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 
 ::App::Header::{
     engineVersion = 1000000;

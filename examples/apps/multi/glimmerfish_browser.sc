@@ -2,6 +2,7 @@
  * Glimmerfish, a web browser on every platform. Its core writes the same files everywhere, in
  * one profile folder; what differs are the folder's place and the preferences.
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 
 ::App::Header::{
     engineVersion = 1000000;

@@ -5,6 +5,7 @@
  * app puts on the memory card. Amounts are in the smallest unit of the book's currency, which
  * is the franc unless the settings say otherwise; expenses are negative.
  */
+// morvantic-check-off: version-ignored (limits tell readers what the author has seen)
 // Both are here to be seen.
 // morvantic-check-off: version-overwritten, constant-shadows
 
