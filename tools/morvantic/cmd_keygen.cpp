@@ -74,13 +74,13 @@ action define(CLI::App& command) {
         ->check(CLI::IsMember({2048u, 3072u, 4096u}))
         ->type_name("N");
     add_json(command, options->json);
-    add_notes(
-        command,
-        "Both files are made anew, as PEM. The private key has no passphrase and is readable\n"
-        "by its owner alone. The fingerprint is SHA-256 over the public key; publish it, so\n"
-        "that those who get the public key can compare.\n\n"
-        "Example:\n"
-        "  morvantic keygen private.pem public.pem");
+    add_notes(command,
+              "Makes two files, as PEM, and replaces none. The private key has no passphrase and "
+              "is readable\n"
+              "by its owner alone. The fingerprint is SHA-256 over the public key; publish it, so\n"
+              "that those who get the public key can compare.\n\n"
+              "Example:\n"
+              "  morvantic keygen private.pem public.pem");
     return with_options(std::move(options), keygen);
 }
 

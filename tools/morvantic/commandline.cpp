@@ -1,5 +1,7 @@
 #include "commandline.h"
 
+#include <algorithm>
+
 namespace tool {
 
 namespace {
@@ -9,7 +11,7 @@ public:
     formatter() {
         column_width(26);
         label("Positionals", "Arguments");
-        label("SUBCOMMAND", "COMMAND");
+        label("SUBCOMMAND", "COMMAND [ARGUMENT...]");
         label("OPTIONS", "OPTION...");
     }
 
@@ -23,7 +25,12 @@ public:
     std::string make_usage(const CLI::App* app, std::string name) const override {
         std::string usage = CLI::Formatter::make_usage(app, std::move(name));
         usage.erase(usage.find_last_not_of('\n') + 1);
-        return usage + '\n';
+        std::string required;
+        for (const CLI::Option* option : app->get_options()) {
+            if (!option->get_required() || option->get_positional()) continue;
+            required += option->get_name() + ' ' + option->get_type_name() + ' ';
+        }
+        return usage.insert(std::min(usage.find('['), usage.size()), required) + '\n';
     }
 
     std::string make_option_name(const CLI::Option* option, bool positional) const override {
@@ -36,7 +43,7 @@ public:
     std::string make_option_opts(const CLI::Option* option) const override {
         if (option->get_type_size() == 0 || option->get_positional()) return {};
         const std::string type = option->get_type_name();
-        return ' ' + type.substr(0, type.find(':')) + (option->get_required() ? " (required)" : "");
+        return ' ' + type.substr(0, type.find(':'));
     }
 };
 
@@ -55,7 +62,10 @@ void add_public_key(CLI::App& command, std::string& key) {
 }
 
 void add_package_key(CLI::App& command, std::string& key) {
-    command.add_option("--key", key, "The public key that a package is verified with.")
+    command
+        .add_option(
+            "--key", key,
+            "The public key to verify a package with; for\nscripts and folders there is none.")
         ->type_name("FILE");
 }
 

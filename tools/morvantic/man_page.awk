@@ -66,7 +66,7 @@ function take(block,    heading) {
 function usage(line,    words, count, i, text) {
     count = split(line, words, " ")
     for (i = 1; i <= count; ++i)
-        text = text (i > 1 ? " " : "") (words[i] ~ /^[a-z]/ ? bold(words[i]) : name(words[i]))
+        text = text (i > 1 ? " " : "") (words[i] ~ /^[-a-z]/ ? bold(words[i]) : name(words[i]))
     return text "\n"
 }
 
