@@ -5,8 +5,10 @@
 What it prints is compared with the files in "expected", which were checked by hand.
 """
 
+import datetime
 import json
 import pathlib
+import plistlib
 import shutil
 import sqlite3
 import subprocess
@@ -26,6 +28,50 @@ def run(*words):
 
 def contents(folder):
     return {path: path.read_bytes() for path in folder.rglob("*") if path.is_file()}
+
+
+def make_databases(work, app):
+    """One in the middle of a change, one whose change is in its log, and two that are not sound."""
+    database = sqlite3.connect(work / "undone.db", isolation_level=None)
+    database.execute("PRAGMA cache_size = 1")
+    database.execute("CREATE TABLE t (n INTEGER PRIMARY KEY AUTOINCREMENT, gone)")
+    database.execute("CREATE TABLE padding (text)")
+    database.execute("INSERT INTO t VALUES (1, NULL)")
+    database.execute("BEGIN")
+    database.execute("UPDATE t SET gone = 'changed'")
+    database.executemany("INSERT INTO padding VALUES (?)", [["x" * 4000]] * 20)
+    for name in "undone.db", "grouped.db":
+        for ending in "", "-journal":
+            shutil.copy(str(work / "undone.db") + ending, str(app / name) + ending)
+    database.close()
+
+    database = sqlite3.connect(work / "in_log.db")
+    database.executescript("""PRAGMA journal_mode = WAL; CREATE TABLE "x'y" (n);
+        CREATE TABLE "x y" (n); CREATE VIEW v AS SELECT 'of a view' AS n;
+        INSERT INTO "x'y" VALUES (1.0), (2);
+        INSERT INTO "x y" VALUES (4); PRAGMA wal_checkpoint; INSERT INTO "x'y" VALUES (3);""")
+    for ending in "", "-wal":
+        shutil.copy(str(work / "in_log.db") + ending, str(app / "in_log.db") + ending)
+    database.close()
+
+    database = sqlite3.connect(app / "swollen.db")
+    database.execute("CREATE TABLE t (n, big AS (zeroblob(50000000)))")
+    database.execute("INSERT INTO t VALUES (1)")
+    database.commit()
+    database.close()
+
+
+def make_property_lists(app):
+    deep = []
+    for _ in range(201):
+        deep = [deep]
+    values = {"empty": {}, "uid": plistlib.UID(7), "far": datetime.datetime(4001, 1, 1),
+              "large": 2 ** 64 - 1, "negative": -5, "return": "a\rb"}
+    (app / "values.plist").write_bytes(plistlib.dumps(values, fmt=plistlib.FMT_BINARY))
+    (app / "deep.plist").write_bytes(plistlib.dumps(deep, fmt=plistlib.FMT_BINARY))
+    (app / "deep_xml.plist").write_bytes(plistlib.dumps(deep))
+    (app / "lists.plist").write_bytes(plistlib.dumps([[]] * 201))
+    (app / "hidden.plist").write_text("<plist>" + "<array><!-- </array> -->" * 100000)
 
 
 class Inspector(unittest.TestCase):
@@ -176,6 +222,62 @@ class Inspector(unittest.TestCase):
                    "module 'odd' has no attribute 'no_such_function'",
             call + "odd::ends_the_process()): python3 has ended",
             call + "odd::shown()): python3 has ended")], "odd.pkg")
+
+    def test_stores_that_are_easily_misread(self):
+        folder = self.work / "misread"
+        app = folder / "app"
+        (app / "x/y").mkdir(parents=True)
+        for path in ("a.json", "x/a.json", "x/y/a.json", "x/y/b1.json"):
+            (app / path).write_text('{"in": "%s"}' % path)
+        (app / "b2.json").symlink_to(app / "a.json")
+        (app / "round.json").write_text(
+            '{"": 3, "again": "round.json", "again": 18446744073709551617, "real": 2.0, '
+            '"list": [{}, []]}')
+        make_databases(self.work, app)
+        make_property_lists(app)
+
+        journal = (app / "grouped.db-journal").read_bytes()
+        victim = self.work / "victim"
+        victim.write_text("stays")
+        name = str(victim).encode()
+        lock_page, length, check = (number.to_bytes(4, "big") for number in
+                                    (2 ** 30 // 4096 + 1, len(name), sum(name)))
+        (app / "grouped.db-journal").write_bytes(
+            journal + lock_page + name + length + check + bytes.fromhex("d9d505f920a163d7"))
+        self.expect("org.example.stores", "Android", folder, ["inspector: " + fault for fault in (
+            "broken.sc: there is no Header that can be read; see morvantic.log",
+            'undone: call analyzeColumn("t", "gone", paths): [json.exception.parse_error.101] '
+            "parse error at line 1, column 1: syntax error while parsing value - invalid literal; "
+            "last read: 'N'",
+            "in_log: in_log.db: no such table: v",
+            'in_log: call customizableIdOnColumn("x\'y", "n", "row"): argument 4 does not suit',
+            "others: grouped.db: its journal names another one, and is left out",
+            "others: swollen.db: string or blob too big",
+            "nowhere: argument 1 is no place",
+            "lists: deep.plist: the tree is too deep",
+            "lists: deep_xml.plist: the tree is too deep",
+            "lists: hidden.plist: the tree is too deep",
+            'lists: call analyzeConstValue("empty", 16, 36, "{1}", lists): a list or dictionary '
+            "names no file",
+            'round: call analyzeConstValue("again", 20, 36, "{1}", round): round.json leads to '
+            "itself")], "odd.pkg")
+        self.assertEqual(victim.read_text(), "stays")
+
+        status, document, told = self.inspected("org.example.taken", "Android", folder, "odd.pkg")
+        taken = "Python has modules of these names: os"
+        self.assertEqual([line.rpartition("ImportError: ")[2] for line in told[1:]],
+                         [taken, taken])
+
+    def test_output_that_cannot_be_written(self):
+        words = " %s apps.pkg public.pem ch.tagebuechli.diary iOS stores/ch.tagebuechli.diary "
+        for to in (">/dev/full", ">&-", "<&- >&-"):
+            with self.subTest(to):
+                ran = subprocess.run("TMPDIR=.; exec" + words % INSPECTOR + to, shell=True,
+                                     stderr=subprocess.PIPE, cwd=self.work, timeout=60)
+                self.assertEqual(ran.returncode, 1)
+                self.assertIn("standard output cannot be written", ran.stderr.decode())
+        self.assertNotIn("<evidence", (self.work / "morvantic.log").read_text())
+        self.assertEqual(list(self.work.glob("inspector-*")), [])
 
 
 if __name__ == "__main__":

@@ -89,7 +89,8 @@ void print(std::ostream& out, const record& found, int depth) {
     print_element(out, depth, "record", attributes, {}, !found.fields.empty(),
                   [&](const std::string& before) {
                       for (const field& item : found.fields) {
-                          if (item.content.is_null() && item.ref.empty()) continue;
+                          if (item.content.is_null() && item.ref.empty() && item.inside.empty())
+                              continue;
                           out << before;
                           print(out, item, depth + 1);
                       }
@@ -97,7 +98,7 @@ void print(std::ostream& out, const record& found, int depth) {
 }
 
 void print(std::ostream& out, const node& found, int depth) {
-    const std::string attributes = attribute("key", found.key) +
+    const std::string attributes = " key=\"" + escaped(found.key) + '"' +
                                    attribute("type", engine::CEnumValue::get_enum_name(found.type));
     const bool has_below = !found.below.empty() || !found.inside.empty();
     print_element(out, depth, "node", attributes, found.content, has_below,
@@ -114,9 +115,11 @@ void print(std::ostream& out, const source& found, int depth) {
     const node none;
     const node& root = found.tree.empty() ? none : found.tree.front();
     print_element(out, depth, "source", attributes, root.content,
-                  !found.records.empty() || !root.below.empty(), [&](const std::string& before) {
+                  !found.records.empty() || !root.below.empty() || !root.inside.empty(),
+                  [&](const std::string& before) {
                       print_all(out, found.records, before, depth + 1);
                       print_all(out, root.below, before, depth + 1);
+                      print_all(out, root.inside, before, depth + 1);
                   });
 }
 
@@ -147,6 +150,12 @@ std::string to_text(const value& content) {
     if (is_endless(content)) {
         const double number = content.get<double>();
         return std::isnan(number) ? "NaN" : number < 0 ? "-INF" : "INF";
+    }
+    if (content.is_number_float()) {
+        constexpr double all_whole = 9007199254740992.0; // from there on there are no fractions
+        const double number = content.get<double>();
+        const bool is_short = std::trunc(number) == number && std::abs(number) < all_whole;
+        if (is_short) return std::to_string(static_cast<std::int64_t>(number));
     }
     return content.dump(-1, ' ', false, value::error_handler_t::replace);
 }

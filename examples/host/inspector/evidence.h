@@ -3,6 +3,8 @@
 #include <morvantic/morvantic.h>
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -43,10 +45,11 @@ struct node {
     value content{};
     std::vector<node> below{};
     std::vector<source> inside{};
+    bool is_replaced = false; // a function has put the content in place of what was below
 };
 
 /// No tree may be deeper, so that what walks trees may recurse.
-constexpr int deepest_tree = 200;
+constexpr std::size_t deepest_tree = 200;
 
 /// A file, or a value in one, that an analyzer has read.
 struct source {
@@ -58,8 +61,8 @@ struct source {
     std::vector<node> tree{}; // its root, if there is a tree
 };
 
-/// A value as text, as scripts mean it where they join values or fill in a path. Bytes are base64,
-/// numbers without end INF, -INF and NaN, as in XML Schema.
+/// A value as text, as scripts mean it where they join values or fill in a path. Bytes are base64.
+/// Numbers are spelled as in XML Schema: 3 for 3.0, and INF, -INF, NaN for those without end.
 std::string to_text(const value& content);
 
 /// Whether a value is a number without end, which JSON has no form for.

@@ -10,9 +10,13 @@
 #include "../package_file.h"
 #include "reader.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -28,6 +32,7 @@ std::string answer_hook(stores& files, const std::string& hook, const value& nam
         throw std::runtime_error("the package has no " + name);
     }
     if (hook == "app_file") {
+        if (!names.at(0).is_number_integer()) throw std::runtime_error("there is no such place");
         const auto place = engine::CEnumValue::get_enum_type(names.at(0).get<int>());
         const auto path = names.at(1).get<std::string>();
         if (const auto file = files.read(place, path)) return *file;
@@ -85,11 +90,21 @@ int run(char** words) {
     return faults.count() != 0 ? 1 : 0;
 }
 
+/// A standard descriptor that the caller has closed would go to the log or to a package. Each is
+/// taken by what cannot be used in its place.
+void occupy_standard_descriptors() {
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(number, F_GETFD) >= 0) continue;
+        static_cast<void>(open("/dev/null", number == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+    }
+}
+
 } // namespace
 
 } // namespace inspector
 
 int main(int argc, char** argv) {
+    inspector::occupy_standard_descriptors();
     if (argc != 6) {
         std::cerr << "usage: inspector PACKAGE PUBLIC_KEY APP PLATFORM FOLDER\n"
                      "A platform is Android, iOS, WindowsPhone or Blackberry.\n";

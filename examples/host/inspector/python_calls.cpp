@@ -124,7 +124,8 @@ struct program_writer {
 
 } // namespace
 
-/// A process with a line to talk over. It is gone when this object is.
+/// A process with a line to talk over. It is gone when this object is, or when anything goes wrong
+/// between the two: an answer that comes late would be taken for the next one.
 class python_calls::child {
 public:
     child() {
@@ -154,10 +155,15 @@ public:
         waitpid(m_process, nullptr, 0);
     }
 
-    /// What follows belongs to one call, and all of it has to be done in its time.
-    void begin_call() { m_deadline = clock::now() + longest_call; }
+    /// What follows belongs to one request, and all of it has to be done in its time.
+    void begin_request() {
+        if (!m_end.empty()) throw std::runtime_error(m_end);
+        ++m_number;
+        m_deadline = clock::now() + longest_call;
+    }
 
-    void send(const value& message) {
+    void send(value message) {
+        message["number"] = m_number;
         const std::string line =
             message.dump(-1, ' ', false, value::error_handler_t::replace) + '\n';
         for (std::size_t sent = 0; sent != line.size();) {
@@ -175,7 +181,11 @@ public:
             line.append(bytes.data(),
                         moved(recv(m_line.number, bytes.data(), bytes.size(), MSG_DONTWAIT)));
         }
-        return value::parse(line);
+        value message = value::parse(line, nullptr, false);
+        const bool is_answer =
+            message.is_object() && message.contains("number") && message["number"] == m_number;
+        if (!is_answer) end("python3 has talked out of turn");
+        return message;
     }
 
 private:
@@ -185,19 +195,26 @@ private:
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_deadline - clock::now());
         pollfd line{m_line.number, event, 0};
         if (left.count() > 0 && poll(&line, 1, static_cast<int>(left.count())) != 0) return;
-        kill(m_process, SIGKILL); // an answer that comes late would be taken for the next one
-        throw std::runtime_error("python3 took too long");
+        end("python3 took too long");
     }
 
-    static std::size_t moved(ssize_t count) {
+    std::size_t moved(ssize_t count) {
         if (count > 0) return static_cast<std::size_t>(count);
         if (count < 0 && errno == EAGAIN) return 0;
-        throw std::runtime_error("python3 has ended");
+        end("python3 has ended");
+    }
+
+    [[noreturn]] void end(const char* reason) {
+        kill(m_process, SIGKILL);
+        m_end = reason;
+        throw std::runtime_error(m_end);
     }
 
     descriptor m_line;
     pid_t m_process = 0;
+    int m_number = 0; // of the request that is under way
     clock::time_point m_deadline{};
+    std::string m_end; // why there are no more requests
 };
 
 python_calls::python_calls(std::map<std::string, python_module> modules, hook answer_hook)
@@ -216,10 +233,7 @@ const python_calls::definition& python_calls::defined(const recorder::value& cal
     const auto [found, is_new] = m_definitions.try_emplace(&call, definition{number, {}});
     if (!is_new) return found->second;
     try {
-        if (!m_child) {
-            m_child = std::make_unique<child>();
-            answer_to({{"modules", modules()}});
-        }
+        start();
         answer_to({{"define", number}, {"program", program(call)}});
     } catch (const std::exception& failure) {
         found->second.error = failure.what();
@@ -227,8 +241,20 @@ const python_calls::definition& python_calls::defined(const recorder::value& cal
     return found->second;
 }
 
+void python_calls::start() {
+    if (!m_start_error.empty()) throw std::runtime_error(m_start_error);
+    if (m_child) return;
+    try {
+        m_child = std::make_unique<child>();
+        answer_to({{"modules", modules()}});
+    } catch (const std::exception& failure) {
+        m_start_error = failure.what();
+        throw;
+    }
+}
+
 value python_calls::answer_to(const value& request) {
-    m_child->begin_call();
+    m_child->begin_request();
     m_child->send(request);
     for (;;) {
         const value message = m_child->receive();
@@ -253,7 +279,9 @@ value python_calls::modules() const {
         if (known->second != path) {
             throw std::runtime_error(path + " and " + known->second + " have one name in Python");
         }
-        if (const auto source = package_file(path)) sources[stem(path)] = *source;
+        if (const auto source = package_file(path)) {
+            sources[stem(path)] = packed(from_bytes(*source));
+        }
     };
     add("Default.py");
     for (const auto& [where, module] : m_modules) {

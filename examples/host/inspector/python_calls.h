@@ -26,7 +26,7 @@ public:
     ~python_calls();
 
     /// Calls the function with the value in front of the arguments that the script has written.
-    /// Throws std::runtime_error if it, or an inner call, fails. The call must stay where it is:
+    /// Throws std::exception if it, or an inner call, fails. The call must stay where it is:
     /// it is known again by its address.
     value run(const recorder::value& call, const value& input);
 
@@ -39,6 +39,7 @@ private:
     };
 
     const definition& defined(const recorder::value& call);
+    void start();
     value answer_to(const value& request);
     value modules() const;
     value program(const recorder::value& call) const;
@@ -46,6 +47,7 @@ private:
     std::map<std::string, python_module> m_modules;
     hook m_hook;
     std::unique_ptr<child> m_child;
+    std::string m_start_error;
     std::map<const recorder::value*, definition> m_definitions;
 };
 

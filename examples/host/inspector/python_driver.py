@@ -2,8 +2,9 @@
 
 The host sends one JSON object a line and gets one back: {"value": ...} or {"error": "..."}. Before
 it answers, the driver may ask for a file by {"ask": hook, "names": [...]}, which is answered alike.
-Bytes travel as {"bytes": base64}, dictionaries as {"dict": [[key, value], ...]}, numbers without end
-as {"number": text}.
+All that belongs to one request has its "number".
+Bytes travel as {"bytes": base64}, dictionaries as {"dict": [[key, value], ...]}, numbers without
+end as {"number": text}.
 
     {"modules": {name: source, ...}}           first of all; Default is among them
     {"define": number, "program": [...]}       a call, inner calls first: ["push", value] and
@@ -22,6 +23,7 @@ import sys
 
 sources = {}
 calls = {}
+under_way = 0
 requests = os.fdopen(os.dup(0), encoding="utf-8")
 answers = os.fdopen(os.dup(1), "w", encoding="utf-8")
 os.dup2(os.open(os.devnull, os.O_RDONLY), 0)
@@ -35,20 +37,27 @@ class PackageModules(importlib.abc.MetaPathFinder, importlib.abc.InspectLoader):
         return importlib.util.spec_from_loader(name, self) if name in sources else None
 
     def get_source(self, name):
-        return sources[name]
+        return importlib.util.decode_source(sources[name])
+
+
+def plain(text):
+    """Text that is Unicode throughout."""
+    return text.encode("utf-8", "replace").decode("utf-8")
 
 
 def packed(value):
-    """A result for the host, which knows plain values and bytes; all else becomes its text."""
+    """A value for the host, which knows plain ones and bytes; all else becomes its text."""
     if value is None or isinstance(value, bool):
         return value
-    if isinstance(value, (bytes, bytearray)):
-        return {"bytes": base64.b64encode(value).decode("ascii")}
+    if isinstance(value, (bytes, bytearray, memoryview)):
+        return {"bytes": base64.b64encode(bytes(value)).decode("ascii")}
     if isinstance(value, int) and -2**63 <= value < 2**63:
         return value
     if isinstance(value, float):
         return value if math.isfinite(value) else {"number": str(value)}
-    return str(value).encode("utf-8", "replace").decode("utf-8")
+    if isinstance(value, (set, frozenset)):
+        value = sorted(value, key=repr)  # the same in each run
+    return plain(str(value))
 
 
 def unpacked(value):
@@ -63,14 +72,21 @@ def unpacked(value):
     return {key: unpacked(item) for key, item in value["dict"]}
 
 
+def told(failure):
+    try:
+        return plain(type(failure).__name__ + ": " + str(failure))
+    except BaseException:
+        return type(failure).__name__
+
+
 def send(message):
-    answers.write(json.dumps(message) + "\n")
+    answers.write(json.dumps(dict(message, number=under_way)) + "\n")
     answers.flush()
 
 
 def ask(hook):
     def asked(*names):
-        send({"ask": hook, "names": names})
+        send({"ask": hook, "names": [packed(name) for name in names]})
         answer = json.loads(requests.readline())
         if "error" in answer:
             raise RuntimeError(answer["error"])
@@ -79,7 +95,12 @@ def ask(hook):
 
 
 def load(modules):
-    sources.update(modules)
+    standard = set(getattr(sys, "stdlib_module_names", ())) | set(sys.modules)
+    taken = sorted(standard.intersection(modules))
+    if taken:
+        raise ImportError("Python has modules of these names: " + ", ".join(taken))
+    for name, source in modules.items():
+        sources[name] = unpacked(source)
     default = importlib.import_module("Default")
     default.open_resource = ask("resource")
     default.open_app_file = ask("app_file")
@@ -111,7 +132,10 @@ def answer_to(request):
 
 sys.meta_path.insert(0, PackageModules())
 for line in requests:
+    request = json.loads(line)
+    under_way = request["number"]
     try:
-        send({"value": answer_to(json.loads(line))})
-    except (Exception, SystemExit) as failure:
-        send({"error": type(failure).__name__ + ": " + str(failure)})
+        answer = {"value": answer_to(request)}
+    except BaseException as failure:  # a module may raise what it likes
+        answer = {"error": told(failure)}
+    send(answer)

@@ -4,7 +4,10 @@
 #include "trees.h"
 
 #include <algorithm>
+#include <charconv>
 #include <exception>
+#include <map>
+#include <set>
 #include <utility>
 
 namespace inspector {
@@ -69,6 +72,14 @@ const std::map<engine::EFunctionType, effect> record_effects = {
     {engine::function_analyze_const_columns, effect::analyze_file},
 };
 
+/// Of these, the ones whose fourth argument is a call that makes the identifier.
+const std::set<engine::EFunctionType> customizable = {
+    engine::function_customizable_id_on_column,
+    engine::function_customizable_id_on_columns,
+    engine::function_customizable_id_ref_on_column,
+    engine::function_customizable_id_ref_on_columns,
+};
+
 const std::map<engine::EFunctionType, effect> tree_effects = {
     {engine::function_function_on_value, effect::replace},
     {engine::function_analyze_value, effect::analyze_value},
@@ -90,12 +101,13 @@ std::string filled(const std::string& pattern, const value& input) {
     const value values = input.is_array() ? input : value::array({input});
     std::string path;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
-        const bool is_place = i + 2 < pattern.size() && pattern[i] == '{' && pattern[i + 2] == '}';
-        const auto place =
-            is_place ? static_cast<std::size_t>(pattern[i + 1] - '1') : values.size();
-        if (place < values.size()) {
-            path += to_text(values[place]);
-            i += 2;
+        std::size_t number = 0;
+        const char* const end = pattern.data() + pattern.size();
+        const char* behind = pattern.data() + i + 1;
+        if (pattern[i] == '{') behind = std::from_chars(behind, end, number).ptr;
+        if (number != 0 && number <= values.size() && behind != end && *behind == '}') {
+            path += to_text(values[number - 1]);
+            i = static_cast<std::size_t>(behind - pattern.data());
         } else {
             path += pattern[i];
         }
@@ -140,9 +152,14 @@ std::vector<source> reader::read(const analyzer& how) {
     const auto name = [&] { return how.name; };
     attempt(m_complaints, name, [&] {
         const arguments_of arguments(how.arguments);
-        if (!arguments.is(0, recorder::value_int)) return;
+        const bool has_place =
+            arguments.is(0, recorder::value_int) && folder_of(arguments.number(0)) != nullptr;
+        const bool is_read = gives_records(how.type) || gives_tree(how.type);
+        if (!has_place && is_read && arguments.size() != 0) {
+            throw script_error("argument 1 is no place");
+        }
+        if (!has_place) return;
         const engine::EEnumValue place = arguments.number(0);
-        if (folder_of(place) == nullptr) return;
         const std::vector<std::string> patterns = arguments.texts(1);
         for (const std::string& path : m_stores.matching(place, patterns))
             found.push_back(read_file(how, place, path, 0));
@@ -157,6 +174,11 @@ source reader::read_file(const analyzer& how, engine::EEnumValue place, const st
                          std::size_t nesting) {
     source found{how.name, path};
     const auto name = [&] { return how.name + ": " + path; };
+    const std::pair<const analyzer*, std::string> opened(&how, path);
+    if (std::find(m_open.begin(), m_open.end(), opened) != m_open.end()) {
+        throw script_error(path + " leads to itself");
+    }
+    m_open.push_back(opened);
     complete(found, name, [&] {
         for (const recorder::call& made : m_section.globals) {
             if (made.function_type != engine::function_set_path_to_id_modifier) continue;
@@ -177,6 +199,7 @@ source reader::read_file(const analyzer& how, engine::EEnumValue place, const st
         if (gives_records(how.type)) beside.journal = m_stores.read(place, path + "-journal");
         fill(found, how, from_bytes(*content), beside, nesting);
     });
+    m_open.pop_back();
     return found;
 }
 
@@ -200,19 +223,29 @@ void reader::fill(source& found, const analyzer& how, const value& content,
         bytes = m_python.run(arguments_of(made).value(0, recorder::value_call), bytes);
     }
     if (gives_tree(how.type)) {
+        std::vector<std::string> faults;
         const bool is_json = how.type == engine::object_json_analyzer;
-        found.tree.push_back(is_json ? read_json(to_bytes(bytes)) : read_plist(to_bytes(bytes)));
+        found.tree.push_back(is_json ? read_json(to_bytes(bytes))
+                                     : read_plist(to_bytes(bytes), faults));
+        tell(found, faults);
         apply_to_tree(how, found.tree.back(), nesting);
         return;
     }
     std::vector<std::string> tables; // all
-    const auto* selected = last_call(how, engine::function_add_selected_tables);
-    if (selected != nullptr) tables = arguments_of(*selected).texts(0);
+    for (const recorder::call& made : how.functions) {
+        if (made.function_type != engine::function_add_selected_tables) continue;
+        for (const std::string& table : arguments_of(made).texts(0))
+            tables.push_back(table);
+    }
     database_content database = read_sqlite(to_bytes(bytes), beside, tables);
-    for (const std::string& fault : database.faults)
-        m_complaints.add(how.name + ": " + found.path + ": " + fault);
+    tell(found, database.faults);
     apply_to_records(how, database, nesting);
     found.records = std::move(database.records);
+}
+
+void reader::tell(const source& found, const std::vector<std::string>& faults) {
+    for (const std::string& fault : faults)
+        m_complaints.add(found.analyzer + ": " + found.path + ": " + fault);
 }
 
 void reader::apply_to_records(const analyzer& how, database_content& content, std::size_t nesting) {
@@ -220,16 +253,20 @@ void reader::apply_to_records(const analyzer& how, database_content& content, st
     for (const recorder::call& made : how.functions) {
         if (record_effects.count(made.function_type) == 0) continue;
         const statement todo{how, made, arguments_of(made), nesting};
-        attempt(m_complaints, todo, [&] {
-            check_columns(made, content);
-            for (record& row : content.records) {
-                if (row.kind != todo.arguments.text(0)) continue;
-                attempt(m_complaints, todo, [&] {
-                    const value input = input_of(todo.arguments, row);
-                    if (!is_missing(input) || is_forced) work_on(todo, row, input);
-                });
-            }
-        });
+        attempt(
+            m_complaints, [&] { return todo.name(); },
+            [&] {
+                check_columns(made, content);
+                for (record& row : content.records) {
+                    if (row.kind != todo.arguments.text(0)) continue;
+                    attempt(
+                        m_complaints, [&] { return todo.name(); },
+                        [&] {
+                            const value input = input_of(todo.arguments, row);
+                            if (!is_missing(input) || is_forced) work_on(todo, row, input);
+                        });
+                }
+            });
     }
 }
 
@@ -263,13 +300,16 @@ void reader::apply_to_tree(const analyzer& how, node& root, std::size_t nesting)
     for (const recorder::call& made : how.functions) {
         if (tree_effects.count(made.function_type) == 0) continue;
         const statement todo{how, made, arguments_of(made), nesting};
-        attempt(m_complaints, todo, [&] {
-            const engine::EEnumValue type = todo.arguments.number(1);
-            for (node* item : nodes_at(root, todo.arguments.text(0), type)) {
-                if (to_value(*item).is_null() && !is_forced) continue;
-                attempt(m_complaints, todo, [&] { work_on(todo, *item); });
-            }
-        });
+        attempt(
+            m_complaints, [&] { return todo.name(); },
+            [&] {
+                const engine::EEnumValue type = todo.arguments.number(1);
+                for (node* item : nodes_at(root, todo.arguments.text(0), type)) {
+                    if (to_value(*item).is_null() && !is_forced) continue;
+                    attempt(
+                        m_complaints, [&] { return todo.name(); }, [&] { work_on(todo, *item); });
+                }
+            });
     }
 }
 
@@ -278,9 +318,12 @@ void reader::work_on(const statement& todo, node& item) {
     if (wanted == effect::replace) {
         item.content = run(todo, 2, to_value(item));
         item.below.clear();
+        item.is_replaced = true;
     } else if (wanted == effect::analyze_file) {
+        if (is_structured(item)) throw script_error("a list or dictionary names no file");
         item.inside.push_back(read_const(todo, item.content));
-    } else if (const analyzer& how = helper(todo, 2); !item.below.empty() && gives_tree(how.type)) {
+    } else if (const analyzer& how = helper(todo, 2); is_structured(item)) {
+        if (!gives_tree(how.type)) throw script_error(how.name + " reads no list or dictionary");
         apply_to_tree(how, item, todo.nesting + 1); // stays where it is
     } else {
         item.inside.push_back(read_value(todo, item.content));
@@ -293,7 +336,8 @@ value reader::run(const statement& todo, std::size_t argument, const value& inpu
 
 /// "kind:value", where a call may make the value; empty if there is none.
 std::string reader::identifier(const statement& todo, const value& input) {
-    const value made = todo.arguments.size() > 3 ? run(todo, 3, input) : input;
+    const bool is_made = customizable.count(todo.call.function_type) != 0;
+    const value made = is_made ? run(todo, 3, input) : input;
     if (is_missing(made)) return {};
     std::string joined;
     for (const value& part : made.is_array() ? made : value::array({made}))
@@ -305,7 +349,9 @@ std::string reader::identifier(const statement& todo, const value& input) {
 source reader::read_value(const statement& todo, const value& content) {
     const analyzer& how = helper(todo, 2);
     source found{how.name};
-    complete(found, todo, [&] { fill(found, how, content, {}, todo.nesting + 1); });
+    complete(
+        found, [&] { return todo.name(); },
+        [&] { fill(found, how, content, {}, todo.nesting + 1); });
     return found;
 }
 
@@ -343,6 +389,7 @@ bool reader::carries_out(const analyzer& how, const recorder::call& made) {
 
 std::vector<std::string> left_out(const script_plan& plan) {
     std::vector<std::string> all;
+    if (!plan.has_include) all.emplace_back("faulty, or not there: the Include section");
     for (const std::string& where : plan.faulty)
         all.push_back("faulty, or not there: the Script section of " + where);
     const auto add = [&all](const std::string& text) {

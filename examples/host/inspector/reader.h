@@ -8,6 +8,7 @@
 #include "stores.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace inspector {
@@ -31,7 +32,7 @@ private:
         arguments_of arguments;
         std::size_t nesting; // analyzers that have handed on what this one reads
 
-        std::string operator()() const { return how.name + ": " + spelled(call); }
+        std::string name() const { return how.name + ": " + spelled(call); }
     };
 
     source read_file(const analyzer& how, engine::EEnumValue place, const std::string& path,
@@ -43,6 +44,7 @@ private:
     void fill(source& found, const analyzer& how, const value& content, const side_files& beside,
               std::size_t nesting);
 
+    void tell(const source& found, const std::vector<std::string>& faults);
     void apply_to_records(const analyzer& how, database_content& content, std::size_t nesting);
     void apply_to_tree(const analyzer& how, node& root, std::size_t nesting);
 
@@ -59,6 +61,7 @@ private:
     stores& m_stores;
     python_calls& m_python;
     complaints& m_complaints;
+    std::vector<std::pair<const analyzer*, std::string>> m_open; // files, from the outside in
 };
 
 /// What this host cannot read, and the functions and options that it does not carry out.

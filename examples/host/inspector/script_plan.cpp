@@ -1,6 +1,7 @@
 #include "script_plan.h"
 
 #include <algorithm>
+#include <set>
 
 namespace inspector {
 
@@ -65,8 +66,11 @@ script_plan read_plan(const wchar_t* name, recorder::recording_script& script,
     // Before the Script sections, which call the modules that it declares.
     auto* include = dynamic_cast<engine::CScriptInclude*>(script.section("App", "Include"));
 
-    header.namespace_reset(); // accept leaves the walk where it stood
+    plan.has_include = include != nullptr;
+    std::set<std::string> asked; // once each: the second answer says nothing of faults
+    header.namespace_reset();    // accept leaves the walk where it stood
     while (const char* where = header.namespace_next()) {
+        if (!asked.insert(where).second) continue;
         auto* body = dynamic_cast<recorder::recording_body*>(script.section(where, "Script"));
         if (body == nullptr) {
             plan.faulty.emplace_back(where);

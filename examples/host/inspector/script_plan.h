@@ -25,7 +25,7 @@ struct analyzer {
 struct section {
     std::string name;
     std::vector<analyzer> analyzers;
-    std::vector<recorder::call> globals; // functions on the script as a whole
+    std::vector<recorder::call> globals; // functions on the section as a whole
 
     const analyzer* find(const std::string& analyzer_name) const;
 };
@@ -39,6 +39,7 @@ struct script_plan {
     std::string script;
     std::vector<section> sections;                // that could be read, in the order to work
     std::vector<std::string> faulty;              // namespaces of the others
+    bool has_include = false;                     // one that could be read
     std::map<std::string, python_module> modules; // that the sections call, by namespace
     std::vector<std::string> queries;
 };

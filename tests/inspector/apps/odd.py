@@ -25,3 +25,25 @@ def raises(*arguments):
 
 def ends_the_process(value):
     os._exit(0)
+
+
+def large(value):
+    return 10 ** 30
+
+
+def endless(value):
+    return -float("inf")
+
+
+def nothing(value):
+    return None
+
+
+def asks_oddly(value):
+    import Default
+    for name in "\udc80", float("nan"), 10 ** 400, {}:
+        try:
+            Default.open_resource(name)
+        except Exception:
+            pass
+    return "asked of %s" % value

@@ -1,0 +1,5 @@
+"""A module that has the name of Python's own."""
+
+
+def system(value):
+    return "not the shell's"
