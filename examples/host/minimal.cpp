@@ -7,6 +7,8 @@
 
 #include <exception>
 #include <iostream>
+#include <map>
+#include <string>
 
 namespace {
 
@@ -32,15 +34,21 @@ bool print_script(const wchar_t* name) {
     if (header == nullptr) return false;
     script.section("App", "Include");
     bool is_whole = true;
+    std::map<std::string, recorder::recording_body*>
+        bodies; // only the first answer tells of faults
     while (const char* app = header->packageNames_next()) {
         std::cout << "  for " << app << '\n';
         if (!header->accept(app, any_platform)) continue;
         header->namespace_reset(); // accept leaves the walk where it stood
         while (const char* where = header->namespace_next()) {
             std::cout << "   " << where << '\n';
-            auto* body = dynamic_cast<recorder::recording_body*>(script.section(where, "Script"));
-            if (body != nullptr) print_objects(*body);
-            is_whole = is_whole && body != nullptr;
+            const auto [body, is_new] = bodies.try_emplace(where, nullptr);
+            if (is_new) {
+                body->second =
+                    dynamic_cast<recorder::recording_body*>(script.section(where, "Script"));
+            }
+            if (body->second != nullptr) print_objects(*body->second);
+            is_whole = is_whole && body->second != nullptr;
         }
     }
     return is_whole;

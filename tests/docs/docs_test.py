@@ -4,9 +4,9 @@
     docs_test.py SOURCE_FOLDER BUILD_FOLDER COMPILER
 
 C++ is compiled against the installed engine, and run if it is a program. Shell blocks are run in
-order, each document's in a folder of its own. What would build or measure for minutes is replaced by
-a stand-in that knows which presets, targets and scripts there are. What the command prints
-in a sample is compared; text is a picture, or a script that another test reads.
+order, each document's in a folder of its own. What would build or measure for minutes is replaced
+by a stand-in that knows which presets, targets and scripts there are. What the command prints in a
+sample is compared; text is a picture, or a script that another test reads.
 """
 
 import json
@@ -24,8 +24,8 @@ import xml.etree.ElementTree
 source, build, compiler = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), sys.argv[3]
 failures = []
 
-# Programs by their document and number, with the calls to make and the exit status of each, and
-# files that are damaged in between.
+# Programs by their document and number, with the calls to make and the exit status of each. What
+# is no call is a file to be damaged in between.
 RUNS = {
     ("README.md", 0): [([], 0)],
     ("docs/host-guide.md", 0): [(["apps.pkg", "public.pem"], 0)],
@@ -34,14 +34,22 @@ RUNS = {
                                 (["own", "older.pkg", "public.pem"], 1),
                                 (["own", "newer.pkg", "stranger.pem"], 1),
                                 (["own", "newer.pkg", "public.pem"], 0),
-                                ("own/current.pkg", "damaged"),
+                                "own/current.pkg",
                                 (["own", "older.pkg", "public.pem"], 1),
                                 (["own", "newer.pkg", "public.pem"], 0)],
     ("docs/host-guide.md", 4): [([], 0)],
 }
 
+# Where blocks of these languages are looked at.
+CHECKED = {
+    "cpp": ("README.md", "docs/host-guide.md"),
+    "cmake": ("README.md",),
+    "console": ("README.md", "docs/language.md"),
+    "ebnf": ("docs/language.md",),
+}
+
 # What the samples of docs/language.md are of.
-DEMO = """::App::Header::{ Package { names = "demo"; platforms = platform.iOS; namespaces = "Demo"; } }
+DEMO = """::App::Header::{ Package { names = "d"; platforms = platform.iOS; namespaces = "Demo"; } }
 ::Demo::Script::{
     func setSpecific(nobody);
 }
@@ -161,15 +169,17 @@ def check_cpp(document, folder, environment):
         name = folder / f"block-{count}"
         name.with_suffix(".cpp").write_text(text)
         is_program = "int main(" in text
-        done = run(compiler, "-std=c++17", "-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Werror",
+        done = run(compiler, "-std=c++17", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion",
+                   "-Wshadow", "-Werror",
                    name.with_suffix(".cpp"), "-o", name, *([] if is_program else ["-c"]), *flags)
         expect(place, done)
         if is_program and (document, count) not in RUNS:
             fail(place, "nobody runs this program")
-        for arguments, status in RUNS.get((document, count), []) if done.returncode == 0 else []:
-            if status == "damaged":
-                (folder / arguments).write_text("no package")
+        for step in RUNS.get((document, count), []) if done.returncode == 0 else []:
+            if isinstance(step, str):
+                (folder / step).write_text("no package")
                 continue
+            arguments, status = step
             expect(place, run(name, *arguments, cwd=folder, env=environment), status)
         count += 1
 
@@ -243,8 +253,8 @@ def main():
         for place, language, text in blocks_of(document):
             if language == "xml":
                 xml.etree.ElementTree.fromstring(text)
-            elif language not in ("cpp", "cmake", "sh", "text", "console", "ebnf"):
-                fail(place, f"nobody checks {language}")
+            elif document not in CHECKED.get(language, ()) and language not in ("sh", "text"):
+                fail(place, f"nobody checks {language} here")
     check_tests_named("docs/host-guide.md")
     check_grammar("docs/language.md")
 
@@ -265,13 +275,14 @@ def main():
         readme = work / "README.md"
         check_cmake(readme, environment)
         run("openssl", "genrsa", "-out", readme / "other.pem", "2048")
-        run("openssl", "rsa", "-in", readme / "other.pem", "-pubout", "-out", readme / "stranger.pem")
+        run("openssl", "rsa", "-in", readme / "other.pem", "-pubout",
+            "-out", readme / "stranger.pem")
         for name, stamp in ("older", "2020-01-01-01"), ("newer", "2099-01-01-01"):
             expect(name, run("morvantic", "pack", "apps", f"{name}.pkg", "--key", "private.pem",
                              "--stamp", stamp, cwd=readme, env=environment))
             (readme / f"{name}.pkg").chmod(0o444)
-        check_cpp("README.md", readme, environment)
-        check_cpp("docs/host-guide.md", readme, environment)
+        for document in CHECKED["cpp"]:
+            check_cpp(document, readme, environment)
         check_console(work, environment)
     print("\n".join(failures) or "All documents hold.", flush=True)
     sys.exit(1 if failures else 0)
