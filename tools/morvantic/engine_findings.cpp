@@ -94,6 +94,9 @@ private:
         found.is_logged = true;
         if (const std::optional<parser_message> message = parse_message(said.text)) {
             found.kind = kind_of_message(message->severity, message->text);
+            if (found.kind == nullptr && m_text.find('\0') != std::string_view::npos) {
+                found.kind = kind_of_cut_message(message->severity, message->text);
+            }
             found.message = message->text;
             found.logged = message->place;
             const logged_places::range token = meant(*message, places);

@@ -46,21 +46,6 @@ bool fits(std::string_view pattern, std::string_view text) {
     }
 }
 
-/// The log ends a message at a zero byte in what it quotes: the longest beginning counts.
-const finding_kind* kind_of_cut_message(finding_severity severity, std::string_view text) {
-    const finding_kind* found = nullptr;
-    std::size_t longest = 0;
-    for (const finding_kind& kind : engine_kinds()) {
-        const std::string_view message = kind.message;
-        const std::string_view begin = message.substr(0, message.find('%'));
-        if (kind.severity != severity || begin.size() == message.size()) continue;
-        if (begin.size() <= longest || !text.starts_with(begin)) continue;
-        found = &kind;
-        longest = begin.size();
-    }
-    return found;
-}
-
 } // namespace
 
 const finding_kind* kind_of_code(std::string_view code) {
@@ -72,7 +57,21 @@ const finding_kind* kind_of_message(finding_severity severity, std::string_view 
     for (const finding_kind& kind : engine_kinds()) {
         if (kind.severity == severity && fits(kind.message, text)) return &kind;
     }
-    return kind_of_cut_message(severity, text);
+    return nullptr;
+}
+
+const finding_kind* kind_of_cut_message(finding_severity severity, std::string_view text) {
+    const finding_kind* found = nullptr;
+    std::size_t longest = 0;
+    for (const finding_kind& kind : engine_kinds()) {
+        const std::string_view message = kind.message;
+        const std::string_view begin = message.substr(0, message.find('%'));
+        if (kind.severity != severity || begin.size() == message.size()) continue;
+        if (!text.starts_with(begin) || (found != nullptr && begin.size() <= longest)) continue;
+        found = &kind;
+        longest = begin.size();
+    }
+    return found;
 }
 
 std::string example_script(const finding_kind& kind) {

@@ -55,6 +55,10 @@ const finding_kind* kind_of_code(std::string_view code);
 /// Whose message this is, by the engine's severity and text; null if it is none.
 const finding_kind* kind_of_message(finding_severity severity, std::string_view text);
 
+/// The same of a message that the log has ended at a zero byte in what it quotes: the kind with the
+/// longest beginning that fits.
+const finding_kind* kind_of_cut_message(finding_severity severity, std::string_view text);
+
 /// The example in its frame.
 std::string example_script(const finding_kind& kind);
 
