@@ -7,6 +7,7 @@ What it prints is compared with the files in "expected", which were checked by h
 
 import datetime
 import json
+import os
 import pathlib
 import plistlib
 import shutil
@@ -82,6 +83,8 @@ class Inspector(unittest.TestCase):
         cls.work = pathlib.Path(tempfile.mkdtemp())
         cls.addClassCleanup(shutil.rmtree, cls.work)
         cls.stores = cls.work / "stores"
+        cls.temporary = cls.work / "temporary"
+        cls.temporary.mkdir()
         apps = shutil.copytree(HERE / "apps", cls.work / "odd")
         shutil.copy(SOURCE + "/examples/apps/Default.py", apps)
         script = (apps / "odd.sc").read_text()
@@ -97,12 +100,14 @@ class Inspector(unittest.TestCase):
         assert made.returncode == 0, made.stderr.decode()
 
     def inspected(self, app, platform, folder, package="apps.pkg"):
-        """The exit status, the document and the lines about faults; stores stay as they are."""
+        """The exit status, the document and the lines about faults; stores stay as they are, and
+        no copy is left."""
         before = contents(folder)
         ran = subprocess.run([INSPECTOR, package, "public.pem", app, platform, str(folder)],
                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=self.work,
-                             timeout=300)
+                             env=dict(os.environ, TMPDIR=str(self.temporary)), timeout=300)
         self.assertEqual(contents(folder), before)
+        self.assertEqual(list(self.temporary.iterdir()), [])
         document = ran.stdout.decode("utf-8")
         if document:
             xml.etree.ElementTree.fromstring(document)
@@ -272,12 +277,11 @@ class Inspector(unittest.TestCase):
         words = " %s apps.pkg public.pem ch.tagebuechli.diary iOS stores/ch.tagebuechli.diary "
         for to in (">/dev/full", ">&-", "<&- >&-"):
             with self.subTest(to):
-                ran = subprocess.run("TMPDIR=.; exec" + words % INSPECTOR + to, shell=True,
+                ran = subprocess.run("exec" + words % INSPECTOR + to, shell=True,
                                      stderr=subprocess.PIPE, cwd=self.work, timeout=60)
                 self.assertEqual(ran.returncode, 1)
                 self.assertIn("standard output cannot be written", ran.stderr.decode())
         self.assertNotIn("<evidence", (self.work / "morvantic.log").read_text())
-        self.assertEqual(list(self.work.glob("inspector-*")), [])
 
 
 if __name__ == "__main__":
