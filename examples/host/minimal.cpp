@@ -23,7 +23,8 @@ void print_objects(const recorder::recording_body& body) {
     }
 }
 
-/// False if a section cannot be read, or is not there. The log tells which, and what is wrong.
+/// False if the Header or a Script section cannot be read, or is not there; Include may be missing.
+/// The log tells which, and what is wrong.
 bool print_script(const wchar_t* name) {
     std::cout << engine::to_utf8(name) << '\n';
     recorder::recording_script script(name);

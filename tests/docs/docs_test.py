@@ -99,6 +99,8 @@ def expect(place, done, status=0):
 def blocks_of(document):
     """Place, language and text of each block of code."""
     text = (source / document).read_text(encoding="utf-8")
+    if len(re.findall(r"^\s*```", text, re.M)) != len(re.findall(r"^```", text, re.M)):
+        fail(document, "a block is indented, where nobody sees it")
     for match in re.finditer(r"^```(\w*)\n(.*?)^```$", text, re.M | re.S):
         line = text.count("\n", 0, match.start()) + 1
         yield f"{document}:{line}", match[1], match[2]

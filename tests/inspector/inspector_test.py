@@ -27,6 +27,13 @@ def run(*words):
                           stderr=subprocess.PIPE, timeout=120)
 
 
+PRINTED = "a module prints"
+
+
+def as_told(*faults):
+    return [fault if fault == PRINTED else "inspector: " + fault for fault in faults]
+
+
 def contents(folder):
     return {path: path.read_bytes() for path in folder.rglob("*") if path.is_file()}
 
@@ -58,6 +65,8 @@ def make_databases(work, app):
     database = sqlite3.connect(app / "swollen.db")
     database.execute("CREATE TABLE t (n, big AS (zeroblob(50000000)))")
     database.execute("INSERT INTO t VALUES (1)")
+    database.execute("CREATE VIEW v AS SELECT 1 AS id, 'x' AS x")
+    database.execute("CREATE VIRTUAL TABLE virtual USING fts5(x, content='v', content_rowid='id')")
     database.commit()
     database.close()
 
@@ -72,7 +81,11 @@ def make_property_lists(app):
     (app / "deep.plist").write_bytes(plistlib.dumps(deep, fmt=plistlib.FMT_BINARY))
     (app / "deep_xml.plist").write_bytes(plistlib.dumps(deep))
     (app / "lists.plist").write_bytes(plistlib.dumps([[]] * 201))
-    (app / "hidden.plist").write_text("<plist>" + "<array><!-- </array> -->" * 100000)
+    for number, hidden in enumerate(("<array><!-- </array> -->", "<array><!--></array>-->",
+                                     '<array x="</array>">', '<array><?x "?></array>" ?>',
+                                     '<array><!DOCTYPE "</array>">')):
+        (app / ("hidden%d.plist" % number)).write_text(
+            '<?xml version="1.0"?><plist version="1.0">' + hidden * 200000)
 
 
 class Inspector(unittest.TestCase):
@@ -208,13 +221,14 @@ class Inspector(unittest.TestCase):
             "deep": "down", "text": "\x01 & <'\">"}))
 
         call = 'trees: call functionOnValue("text", 20, '
-        self.expect("org.example.odd", "Android", folder, ["inspector: " + fault for fault in (
+        self.expect("org.example.odd", "Android", folder, as_told(
             "broken.sc: there is no Header that can be read; see morvantic.log",
             "odd.sc: the Script section of Broken is faulty, or not there; see morvantic.log",
-            "rows: a/\ufffd/x.db: no such table: no such table",
+            PRINTED,
             'rows: call idOnColumn("t"): argument 2 does not suit',
             'rows: call idOnColumn("t", "z", "t"): no such column: z',
             'rows: call idOnColumn("u", "a", "t"): no such table is read: u',
+            "rows: a/\ufffd/x.db: no such table: no such table",
             'endless: call analyzeObject("", 22, endless): analyzers are nested too deep',
             "trees: deep.json: the tree is too deep",
             call + 'odd::shown(odd::raises("inner"))): SystemExit: inner',
@@ -226,7 +240,7 @@ class Inspector(unittest.TestCase):
             call + "odd::no_such_function()): AttributeError: "
                    "module 'odd' has no attribute 'no_such_function'",
             call + "odd::ends_the_process()): python3 has ended",
-            call + "odd::shown()): python3 has ended")], "odd.pkg")
+            call + "odd::shown()): python3 has ended"), "odd.pkg")
 
     def test_stores_that_are_easily_misread(self):
         folder = self.work / "misread"
@@ -235,6 +249,8 @@ class Inspector(unittest.TestCase):
         for path in ("a.json", "x/a.json", "x/y/a.json", "x/y/b1.json"):
             (app / path).write_text('{"in": "%s"}' % path)
         (app / "b2.json").symlink_to(app / "a.json")
+        (folder / "extra").mkdir()
+        (folder / "extra/round.json").write_text("[]")
         (app / "round.json").write_text(
             '{"": 3, "again": "round.json", "again": 18446744073709551617, "real": 2.0, '
             '"list": [{}, []]}')
@@ -249,26 +265,30 @@ class Inspector(unittest.TestCase):
                                     (2 ** 30 // 4096 + 1, len(name), sum(name)))
         (app / "grouped.db-journal").write_bytes(
             journal + lock_page + name + length + check + bytes.fromhex("d9d505f920a163d7"))
-        self.expect("org.example.stores", "Android", folder, ["inspector: " + fault for fault in (
+        self.expect("org.example.stores", "Android", folder, as_told(
             "broken.sc: there is no Header that can be read; see morvantic.log",
+            PRINTED,
             'undone: call analyzeColumn("t", "gone", paths): [json.exception.parse_error.101] '
             "parse error at line 1, column 1: syntax error while parsing value - invalid literal; "
             "last read: 'N'",
-            "in_log: in_log.db: no such table: v",
             'in_log: call customizableIdOnColumn("x\'y", "n", "row"): argument 4 does not suit',
+            "in_log: in_log.db: no such table: v",
             "others: grouped.db: its journal names another one, and is left out",
+            "others: grouped.db: no such table: virtual",
             "others: swollen.db: string or blob too big",
+            "others: swollen.db: no such table: virtual",
             "nowhere: argument 1 is no place",
             "lists: deep.plist: the tree is too deep",
             "lists: deep_xml.plist: the tree is too deep",
-            "lists: hidden.plist: the tree is too deep",
+            *("lists: hidden%d.plist: the tree is too deep" % number for number in range(5)),
             'lists: call analyzeConstValue("empty", 16, 36, "{1}", lists): a list or dictionary '
             "names no file",
             'round: call analyzeConstValue("again", 20, 36, "{1}", round): round.json leads to '
-            "itself")], "odd.pkg")
+            "itself"), "odd.pkg")
         self.assertEqual(victim.read_text(), "stays")
 
-        status, document, told = self.inspected("org.example.taken", "Android", folder, "odd.pkg")
+        status, _, told = self.inspected("org.example.taken", "Android", folder, "odd.pkg")
+        self.assertEqual(status, 1)
         taken = "Python has modules of these names: os"
         self.assertEqual([line.rpartition("ImportError: ")[2] for line in told[1:]],
                          [taken, taken])

@@ -31,7 +31,8 @@ missing=$(cd "$work/installed" && find . ! -type d | sort |
 # The engine and the tool are of one build, whatever else is installed.
 for name in libmorvantic-dev morvantic; do
     package=$(find "$work/packages" -maxdepth 1 -name "${name}_*.deb")
-    [[ $(dpkg-deb -f "$package" Depends) == "libmorvantic1 (= $(dpkg-deb -f "$package" Version))"* ]] ||
+    version=$(dpkg-deb -f "$package" Version)
+    [[ $(dpkg-deb -f "$package" Depends) == "libmorvantic1 (= $version)"* ]] ||
         fail "$name does not depend on its library"
 done
 

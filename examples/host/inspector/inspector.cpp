@@ -33,7 +33,7 @@ std::string answer_hook(stores& files, const std::string& hook, const value& nam
     }
     if (hook == "app_file") {
         if (!names.at(0).is_number_integer()) throw std::runtime_error("there is no such place");
-        const auto place = engine::CEnumValue::get_enum_type(names.at(0).get<int>());
+        const auto place = enum_of(names.at(0).get<long long>());
         const auto path = names.at(1).get<std::string>();
         if (const auto file = files.read(place, path)) return *file;
         throw std::runtime_error("there is no " + stores::shown(place, path));
@@ -115,7 +115,7 @@ int main(int argc, char** argv) {
     try {
         result = inspector::run(argv);
     } catch (const std::exception& failure) {
-        std::cerr << "inspector: " << failure.what() << '\n';
+        std::cerr << "inspector: " << inspector::printable(failure.what()) << '\n';
     }
     if (!std::cout.flush()) {
         std::cerr << "inspector: standard output cannot be written\n";

@@ -140,7 +140,8 @@ public:
         posix_spawn_file_actions_adddup2(&files, other_end.number, STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&files, other_end.number, STDOUT_FILENO);
         // -I: neither the environment nor the working directory has a say in what is imported.
-        const std::array<const char*, 5> words{"python3", "-I", "-c", python_driver, nullptr};
+        // -u: what a module prints comes out even if the process is ended.
+        const std::array<const char*, 6> words{"python3", "-I", "-u", "-c", python_driver, nullptr};
         const int code = posix_spawnp(&m_process, words[0], &files, nullptr,
                                       const_cast<char* const*>(words.data()), environ);
         posix_spawn_file_actions_destroy(&files);
@@ -262,12 +263,14 @@ value python_calls::answer_to(const value& request) {
             throw std::runtime_error(message["error"].get<std::string>());
         }
         if (!message.contains("ask")) return unpacked(message.at("value"));
+        value reply;
         try {
             const std::string file = m_hook(message["ask"], message.at("names"));
-            m_child->send({{"value", packed(from_bytes(file))}});
+            reply = {{"value", packed(from_bytes(file))}};
         } catch (const std::exception& failure) {
-            m_child->send({{"error", failure.what()}});
+            reply = {{"error", failure.what()}};
         }
+        m_child->send(reply);
     }
 }
 

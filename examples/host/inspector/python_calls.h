@@ -3,8 +3,6 @@
 #include "evidence.h"
 #include "script_plan.h"
 
-#include <sys/types.h>
-
 #include <functional>
 #include <map>
 #include <memory>

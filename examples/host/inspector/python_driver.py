@@ -56,7 +56,7 @@ def packed(value):
     if isinstance(value, float):
         return value if math.isfinite(value) else {"number": str(value)}
     if isinstance(value, (set, frozenset)):
-        value = sorted(value, key=repr)  # the same in each run
+        value = sorted(value, key=repr)  # in the same order in each run
     return plain(str(value))
 
 

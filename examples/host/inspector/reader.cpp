@@ -35,11 +35,6 @@ const recorder::call* last_call(const analyzer& how, engine::EFunctionType funct
     return found == how.functions.rend() ? nullptr : &*found;
 }
 
-bool sees_missing_values(const analyzer& how) {
-    const auto* made = last_call(how, engine::function_force_functions_on_null_value);
-    return made != nullptr && arguments_of(*made).is_true(0);
-}
-
 bool is_missing(const value& input) {
     return input.is_array() ? std::any_of(input.begin(), input.end(), is_missing) : input.is_null();
 }
@@ -131,6 +126,27 @@ void check_columns(const recorder::call& call, database_content& content) {
     }
 }
 
+const std::vector<std::string> no_faults;
+
+/// Notes a file as open for as long as it is read.
+class open_file {
+public:
+    open_file(open_files& all, open_files::value_type opened) : m_all(all) {
+        if (std::find(all.begin(), all.end(), opened) != all.end()) {
+            throw script_error(std::get<std::string>(opened) + " leads to itself");
+        }
+        all.push_back(std::move(opened));
+    }
+
+    open_file(const open_file&) = delete;
+    open_file& operator=(const open_file&) = delete;
+
+    ~open_file() { m_all.pop_back(); }
+
+private:
+    open_files& m_all;
+};
+
 /// Does a piece of work. What it throws is told as a fault of what `name` gives.
 template <class Name, class Work>
 void attempt(complaints& faults, const Name& name, const Work& work) {
@@ -174,48 +190,48 @@ source reader::read_file(const analyzer& how, engine::EEnumValue place, const st
                          std::size_t nesting) {
     source found{how.name, path};
     const auto name = [&] { return how.name + ": " + path; };
-    const std::pair<const analyzer*, std::string> opened(&how, path);
-    if (std::find(m_open.begin(), m_open.end(), opened) != m_open.end()) {
-        throw script_error(path + " leads to itself");
-    }
-    m_open.push_back(opened);
+    const open_file opened(m_open, {&how, place, path});
     complete(found, name, [&] {
         for (const recorder::call& made : m_section.globals) {
             if (made.function_type != engine::function_set_path_to_id_modifier) continue;
             const arguments_of arguments(made);
             found.id = to_text(m_python.run(arguments.value(0, recorder::value_call), path));
         }
+        return no_faults;
     });
     complete(found, name, [&] {
         const auto content = m_stores.read(place, path);
         if (!content) {
             found.state = "missing";
-            return;
+            return no_faults;
         }
         side_files beside;
         if (how.options.count("wal") != 0) {
             beside.write_ahead_log = m_stores.read(place, path + "-wal");
         }
         if (gives_records(how.type)) beside.journal = m_stores.read(place, path + "-journal");
-        fill(found, how, from_bytes(*content), beside, nesting);
+        return fill(found, how, from_bytes(*content), beside, nesting);
     });
-    m_open.pop_back();
     return found;
 }
 
 template <class Name, class Work>
 void reader::complete(source& found, const Name& name, const Work& work) {
     const std::size_t before = m_complaints.count();
-    attempt(m_complaints, name, work);
+    attempt(m_complaints, name, [&] {
+        for (const std::string& fault : work())
+            m_complaints.add(name() + ": " + fault);
+    });
     if (m_complaints.count() != before) found.state = "incomplete";
 }
 
 /// Reads the bytes of a file, or of a value in one, then lets the functions of the analyzer work.
-void reader::fill(source& found, const analyzer& how, const value& content,
-                  const side_files& beside, std::size_t nesting) {
+/// Gives what is wrong with parts of them.
+std::vector<std::string> reader::fill(source& found, const analyzer& how, const value& content,
+                                      const side_files& beside, std::size_t nesting) {
     if (!gives_records(how.type) && !gives_tree(how.type)) {
         found.state = "not read by this host";
-        return;
+        return no_faults;
     }
     value bytes = content;
     for (const recorder::call& made : how.functions) {
@@ -227,9 +243,8 @@ void reader::fill(source& found, const analyzer& how, const value& content,
         const bool is_json = how.type == engine::object_json_analyzer;
         found.tree.push_back(is_json ? read_json(to_bytes(bytes))
                                      : read_plist(to_bytes(bytes), faults));
-        tell(found, faults);
         apply_to_tree(how, found.tree.back(), nesting);
-        return;
+        return faults;
     }
     std::vector<std::string> tables; // all
     for (const recorder::call& made : how.functions) {
@@ -238,14 +253,19 @@ void reader::fill(source& found, const analyzer& how, const value& content,
             tables.push_back(table);
     }
     database_content database = read_sqlite(to_bytes(bytes), beside, tables);
-    tell(found, database.faults);
     apply_to_records(how, database, nesting);
     found.records = std::move(database.records);
+    return database.faults;
 }
 
-void reader::tell(const source& found, const std::vector<std::string>& faults) {
-    for (const std::string& fault : faults)
-        m_complaints.add(found.analyzer + ": " + found.path + ": " + fault);
+bool reader::sees_missing_values(const analyzer& how) {
+    const auto* made = last_call(how, engine::function_force_functions_on_null_value);
+    bool sees = false;
+    const auto name = [&] { return how.name + ": " + spelled(*made); };
+    if (made != nullptr) {
+        attempt(m_complaints, name, [&] { sees = arguments_of(*made).is_true(0); });
+    }
+    return sees;
 }
 
 void reader::apply_to_records(const analyzer& how, database_content& content, std::size_t nesting) {
@@ -305,7 +325,7 @@ void reader::apply_to_tree(const analyzer& how, node& root, std::size_t nesting)
             [&] {
                 const engine::EEnumValue type = todo.arguments.number(1);
                 for (node* item : nodes_at(root, todo.arguments.text(0), type)) {
-                    if (to_value(*item).is_null() && !is_forced) continue;
+                    if (!is_structured(*item) && item->content.is_null() && !is_forced) continue;
                     attempt(
                         m_complaints, [&] { return todo.name(); }, [&] { work_on(todo, *item); });
                 }
@@ -351,7 +371,7 @@ source reader::read_value(const statement& todo, const value& content) {
     source found{how.name};
     complete(
         found, [&] { return todo.name(); },
-        [&] { fill(found, how, content, {}, todo.nesting + 1); });
+        [&] { return fill(found, how, content, {}, todo.nesting + 1); });
     return found;
 }
 

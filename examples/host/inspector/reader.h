@@ -8,10 +8,13 @@
 #include "stores.h"
 
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 namespace inspector {
+
+/// Files that are being read and the analyzers that read them, from the outside in.
+using open_files = std::vector<std::tuple<const analyzer*, engine::EEnumValue, std::string>>;
 
 /// Reads the stores as the analyzers of one Script section say, and lets their functions work.
 class reader {
@@ -37,14 +40,15 @@ private:
 
     source read_file(const analyzer& how, engine::EEnumValue place, const std::string& path,
                      std::size_t nesting);
-    /// Does a part of what a source comes from. If anything in it is at fault, the source says so.
+    /// Does a part of what a source comes from, and tells the faults that it gives. If anything in
+    /// it is at fault, the source says so.
     template <class Name, class Work>
     void complete(source& found, const Name& name, const Work& work);
 
-    void fill(source& found, const analyzer& how, const value& content, const side_files& beside,
-              std::size_t nesting);
+    std::vector<std::string> fill(source& found, const analyzer& how, const value& content,
+                                  const side_files& beside, std::size_t nesting);
 
-    void tell(const source& found, const std::vector<std::string>& faults);
+    bool sees_missing_values(const analyzer& how);
     void apply_to_records(const analyzer& how, database_content& content, std::size_t nesting);
     void apply_to_tree(const analyzer& how, node& root, std::size_t nesting);
 
@@ -61,7 +65,7 @@ private:
     stores& m_stores;
     python_calls& m_python;
     complaints& m_complaints;
-    std::vector<std::pair<const analyzer*, std::string>> m_open; // files, from the outside in
+    open_files m_open;
 };
 
 /// What this host cannot read, and the functions and options that it does not carry out.

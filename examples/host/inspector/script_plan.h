@@ -3,6 +3,7 @@
 #include "../../recorder/recorder.h"
 #include "complaints.h"
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -62,6 +63,13 @@ struct script_error : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
+/// The enum value of a number, which may be any.
+inline engine::EEnumValue enum_of(long long number) {
+    const bool is_small = number == static_cast<int>(number);
+    return is_small ? engine::CEnumValue::get_enum_type(static_cast<int>(number))
+                    : engine::enum_unknown;
+}
+
 /// The arguments of a function, each asked for as what it has to be. Throws script_error if it is
 /// something else, or not there.
 class arguments_of {
@@ -86,8 +94,7 @@ public:
     std::vector<std::string> texts(std::size_t place) const;
 
     engine::EEnumValue number(std::size_t place) const {
-        const long long number = value(place, recorder::value_int).number;
-        return engine::CEnumValue::get_enum_type(static_cast<int>(number));
+        return enum_of(value(place, recorder::value_int).number);
     }
 
     bool is_true(std::size_t place) const { return value(place, recorder::value_bool).number != 0; }

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -113,10 +114,11 @@ value column(sqlite3_stmt* row, int place) {
     return type == SQLITE_TEXT ? value(content) : from_bytes(content);
 }
 
+/// Those with rows of their own: views, and virtual tables of views, may have rows without end.
 std::vector<std::string> all_tables(sqlite3* database) {
     const statement_handle list =
         prepare(database, "SELECT name FROM sqlite_master WHERE type = 'table' AND "
-                          "name NOT LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY name");
+                          "rootpage <> 0 AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY name");
     std::vector<std::string> names;
     while (step(database, list.get()))
         names.push_back(to_text(column(list.get(), 0)));
@@ -169,10 +171,13 @@ database_content read_sqlite(const std::string& database, const side_files& besi
                   static_cast<int>(std::clamp(size, least, most)));
     const std::vector<std::string> existing = all_tables(handle.get());
 
+    std::vector<std::string> wanted;
     for (const std::string& table : tables.empty() ? existing : tables) {
+        if (is_among(wanted, table)) continue;
+        wanted.push_back(table);
         content.columns[table];
         try {
-            if (!is_among(existing, table)) { // a view may have rows without end
+            if (!is_among(existing, table)) {
                 throw std::runtime_error("no such table: " + table);
             }
             read_table(handle.get(), table, content);

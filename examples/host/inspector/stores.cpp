@@ -5,6 +5,8 @@
 #include <iterator>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -75,6 +77,12 @@ const char* folder_of(engine::EEnumValue place) {
     }
 }
 
+stores::stores(fs::path folder, complaints& faults)
+    : m_folder(std::move(folder)), m_complaints(faults) {
+    for (const auto place : {engine::enum_fs_app, engine::enum_fs_extra, engine::enum_fs_raw})
+        files(place);
+}
+
 const std::vector<std::string>& stores::files(engine::EEnumValue place) {
     const auto known = m_files.find(place);
     if (known != m_files.end()) return known->second;
@@ -83,6 +91,11 @@ const std::vector<std::string>& stores::files(engine::EEnumValue place) {
     if (folder != nullptr && fs::is_directory(m_folder / folder)) list(m_folder / folder, names);
     std::sort(names.begin(), names.end());
     return m_files.emplace(place, std::move(names)).first->second;
+}
+
+void stores::tell(const fs::path& folder, std::error_code& failure) {
+    m_complaints.add(folder.string() + ": " + failure.message());
+    failure.clear();
 }
 
 void stores::list(const fs::path& root, std::vector<std::string>& names) {
@@ -94,12 +107,14 @@ void stores::list(const fs::path& root, std::vector<std::string>& names) {
         fs::directory_iterator entry(folder, failure);
         for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
             // Neither kind is a link, which may lead anywhere.
-            const fs::file_type type = entry->symlink_status().type();
+            const fs::file_type type = entry->symlink_status(failure).type();
             if (type == fs::file_type::directory) folders.push_back(entry->path());
-            if (type != fs::file_type::regular) continue;
-            names.push_back(entry->path().lexically_relative(root).string());
+            if (type == fs::file_type::regular) {
+                names.push_back(entry->path().lexically_relative(root).string());
+            }
+            if (failure) tell(folder, failure);
         }
-        if (failure) m_complaints.add(folder.string() + ": " + failure.message());
+        if (failure) tell(folder, failure);
     }
 }
 
@@ -122,9 +137,8 @@ std::optional<std::string> stores::read(engine::EEnumValue place, const std::str
     const std::vector<std::string>& names = files(place);
     if (!std::binary_search(names.begin(), names.end(), path)) return std::nullopt;
     std::ifstream file(m_folder / folder_of(place) / path, std::ios::binary);
-    std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (!file.is_open() || file.bad()) throw std::runtime_error("the file cannot be read");
-    return content;
+    if (!file.is_open()) throw std::runtime_error("the file cannot be opened");
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 } // namespace inspector

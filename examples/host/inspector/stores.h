@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace inspector {
@@ -15,8 +16,8 @@ namespace inspector {
 /// these folders can lead out of them.
 class stores {
 public:
-    stores(std::filesystem::path folder, complaints& faults)
-        : m_folder(std::move(folder)), m_complaints(faults) {}
+    /// Lists the files, and tells of folders that cannot be listed.
+    stores(std::filesystem::path folder, complaints& faults);
 
     /// The files of a place that fit one of the patterns, in the order of their names. "*" stands
     /// for any part of a name, "**" for any folders.
@@ -32,6 +33,7 @@ public:
 private:
     const std::vector<std::string>& files(engine::EEnumValue place);
     void list(const std::filesystem::path& root, std::vector<std::string>& names);
+    void tell(const std::filesystem::path& folder, std::error_code& failure);
 
     std::filesystem::path m_folder;
     complaints& m_complaints; // about folders that cannot be listed

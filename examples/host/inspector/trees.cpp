@@ -147,35 +147,23 @@ bool begins_with(std::string_view text, std::string_view words) {
     return text.substr(0, words.size()) == words;
 }
 
-/// What the mark at the beginning of a text reaches up to, if nothing in it is an element.
-std::string_view end_mark(std::string_view text) {
-    if (begins_with(text, "<!--")) return "-->";
-    if (begins_with(text, "<![CDATA[")) return "]]>";
-    if (begins_with(text, "<?")) return "?>";
-    return {};
-}
-
-/// The library goes down into a tree as deep as that is. Where it may see other elements than this
-/// does, the tree counts as the deeper one.
+/// The library goes down into a tree as deep as that is. What could hide something, such as a
+/// comment, ends the counting of what is closed, so the tree is never deeper than it seems here.
 void check_xml_depth(std::string_view text) {
     std::size_t depth = 0;
-    std::size_t passed_over = 0;
+    bool is_plain = true;
     for (std::size_t at = text.find('<'); at != std::string_view::npos;
          at = text.find('<', at + 1)) {
         const std::string_view rest = text.substr(at);
-        if (at >= passed_over && !end_mark(rest).empty()) {
-            passed_over = text.find(end_mark(rest), at);
-        }
         const std::string_view tag = rest.substr(0, rest.find('>'));
-        const bool is_doctype = at >= passed_over && begins_with(tag, "<!");
-        if (is_doctype && tag.find('[') != std::string_view::npos) {
-            throw std::runtime_error("there are definitions in the property list");
-        }
+        const bool may_hide = begins_with(tag, "<!") || begins_with(tag, "<?") ||
+                              tag.find_first_of("\"'") != std::string_view::npos;
         const bool opens = begins_with(tag, "<array") || begins_with(tag, "<dict");
+        is_plain = is_plain && !(may_hide && (opens || depth != 0));
         const bool is_empty = tag == "<array/" || tag == "<dict/";
         const bool closes = begins_with(tag, "</array") || begins_with(tag, "</dict");
         if (opens && !is_empty && ++depth > deepest_tree) fail_too_deep();
-        if (closes && at >= passed_over && depth != 0) --depth;
+        if (closes && is_plain && depth != 0) --depth;
     }
 }
 
@@ -286,9 +274,14 @@ node read_plist(const std::string& bytes, std::vector<std::string>& faults) {
     if (bytes.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw std::runtime_error("the property list is too long");
     }
-    if (bytes.compare(0, 6, "bplist") != 0) check_xml_depth(bytes);
+    const auto size = static_cast<std::uint32_t>(bytes.size());
     plist_t tree = nullptr;
-    plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &tree);
+    if (plist_is_binary(bytes.data(), size) != 0) {
+        plist_from_bin(bytes.data(), size, &tree);
+    } else {
+        check_xml_depth(bytes);
+        plist_from_xml(bytes.data(), size, &tree);
+    }
     if (tree == nullptr) throw std::runtime_error("this is no property list");
     const plist_handle owner(tree, plist_free);
     return plist_reader(faults).read({}, tree, 0);

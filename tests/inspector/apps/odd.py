@@ -3,9 +3,10 @@
 import os
 import sys
 
+print("a module prints")
+
 
 def shown(value, *arguments):
-    print("a module prints")
     arguments = [type(argument).__name__ if isinstance(argument, bytes) else argument
                  for argument in arguments]
     return "".join(map(repr, [value] + arguments))

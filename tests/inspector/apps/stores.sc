@@ -45,7 +45,7 @@
     }
 
     others = SqliteAnalyzer<>(fs.App, {"grouped.db", "swollen.db"}) {
-        addSelectedTables({"t"});
+        addSelectedTables({"t", "virtual", "T"});
     }
 
     nowhere = SqliteAnalyzer<>("nowhere") {}
@@ -57,6 +57,7 @@
 
     round = JsonAnalyzer<>(fs.App, "round.json") {
         analyzeConstValue("again", json.String, fs.App, "{1}", round);
+        analyzeConstValue("again", json.String, fs.Extra, "{1}", round);
         functionOnValue("list", json.Array, odd::nothing());
         functionOnValue("list", json.Array, odd::shown());
     }
