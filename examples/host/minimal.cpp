@@ -35,8 +35,8 @@ bool print_script(const wchar_t* name) {
     if (header == nullptr) return false;
     script.section("App", "Include");
     bool is_whole = true;
-    std::map<std::string, recorder::recording_body*>
-        bodies; // only the first answer tells of faults
+    // Each is asked for once, since only the first answer tells of faults.
+    std::map<std::string, recorder::recording_body*> bodies;
     while (const char* app = header->packageNames_next()) {
         std::cout << "  for " << app << '\n';
         if (!header->accept(app, any_platform)) continue;

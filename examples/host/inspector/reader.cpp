@@ -273,20 +273,17 @@ void reader::apply_to_records(const analyzer& how, database_content& content, st
     for (const recorder::call& made : how.functions) {
         if (record_effects.count(made.function_type) == 0) continue;
         const statement todo{how, made, arguments_of(made), nesting};
-        attempt(
-            m_complaints, [&] { return todo.name(); },
-            [&] {
-                check_columns(made, content);
-                for (record& row : content.records) {
-                    if (row.kind != todo.arguments.text(0)) continue;
-                    attempt(
-                        m_complaints, [&] { return todo.name(); },
-                        [&] {
-                            const value input = input_of(todo.arguments, row);
-                            if (!is_missing(input) || is_forced) work_on(todo, row, input);
-                        });
-                }
-            });
+        const auto name = [&] { return todo.name(); };
+        attempt(m_complaints, name, [&] {
+            check_columns(made, content);
+            for (record& row : content.records) {
+                if (row.kind != todo.arguments.text(0)) continue;
+                attempt(m_complaints, name, [&] {
+                    const value input = input_of(todo.arguments, row);
+                    if (!is_missing(input) || is_forced) work_on(todo, row, input);
+                });
+            }
+        });
     }
 }
 
@@ -320,16 +317,14 @@ void reader::apply_to_tree(const analyzer& how, node& root, std::size_t nesting)
     for (const recorder::call& made : how.functions) {
         if (tree_effects.count(made.function_type) == 0) continue;
         const statement todo{how, made, arguments_of(made), nesting};
-        attempt(
-            m_complaints, [&] { return todo.name(); },
-            [&] {
-                const engine::EEnumValue type = todo.arguments.number(1);
-                for (node* item : nodes_at(root, todo.arguments.text(0), type)) {
-                    if (!is_structured(*item) && item->content.is_null() && !is_forced) continue;
-                    attempt(
-                        m_complaints, [&] { return todo.name(); }, [&] { work_on(todo, *item); });
-                }
-            });
+        const auto name = [&] { return todo.name(); };
+        attempt(m_complaints, name, [&] {
+            const engine::EEnumValue type = todo.arguments.number(1);
+            for (node* item : nodes_at(root, todo.arguments.text(0), type)) {
+                if (!is_structured(*item) && item->content.is_null() && !is_forced) continue;
+                attempt(m_complaints, name, [&] { work_on(todo, *item); });
+            }
+        });
     }
 }
 
@@ -369,9 +364,8 @@ std::string reader::identifier(const statement& todo, const value& input) {
 source reader::read_value(const statement& todo, const value& content) {
     const analyzer& how = helper(todo, 2);
     source found{how.name};
-    complete(
-        found, [&] { return todo.name(); },
-        [&] { return fill(found, how, content, {}, todo.nesting + 1); });
+    const auto name = [&] { return todo.name(); };
+    complete(found, name, [&] { return fill(found, how, content, {}, todo.nesting + 1); });
     return found;
 }
 
