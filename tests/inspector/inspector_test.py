@@ -81,6 +81,7 @@ def make_property_lists(app):
     (app / "deep.plist").write_bytes(plistlib.dumps(deep, fmt=plistlib.FMT_BINARY))
     (app / "deep_xml.plist").write_bytes(plistlib.dumps(deep))
     (app / "lists.plist").write_bytes(plistlib.dumps([[]] * 201))
+    (app / "crowded.plist").write_text("<plist>" + "<" * 3000000 + ">")  # ends in linear time
     for number, hidden in enumerate(("<array><!-- </array> -->", "<array><!--></array>-->",
                                      '<array x="</array>">', '<array><?x "?></array>" ?>',
                                      '<array><!DOCTYPE "</array>">')):
@@ -278,6 +279,7 @@ class Inspector(unittest.TestCase):
             "others: swollen.db: string or blob too big",
             "others: swollen.db: no such table: virtual",
             "nowhere: argument 1 is no place",
+            "lists: crowded.plist: this is no property list",
             "lists: deep.plist: the tree is too deep",
             "lists: deep_xml.plist: the tree is too deep",
             *("lists: hidden%d.plist: the tree is too deep" % number for number in range(5)),

@@ -268,23 +268,29 @@ bool reader::sees_missing_values(const analyzer& how) {
     return sees;
 }
 
+/// Does the work for each function of an analyzer that is in the table, in their order.
+template <class Table, class Work>
+void reader::each_statement(const analyzer& how, const Table& effects, std::size_t nesting,
+                            const Work& work) {
+    for (const recorder::call& made : how.functions) {
+        if (effects.count(made.function_type) == 0) continue;
+        const statement todo{how, made, arguments_of(made), nesting};
+        attempt(m_complaints, todo, [&] { work(todo); });
+    }
+}
+
 void reader::apply_to_records(const analyzer& how, database_content& content, std::size_t nesting) {
     const bool is_forced = sees_missing_values(how);
-    for (const recorder::call& made : how.functions) {
-        if (record_effects.count(made.function_type) == 0) continue;
-        const statement todo{how, made, arguments_of(made), nesting};
-        const auto name = [&] { return todo.name(); };
-        attempt(m_complaints, name, [&] {
-            check_columns(made, content);
-            for (record& row : content.records) {
-                if (row.kind != todo.arguments.text(0)) continue;
-                attempt(m_complaints, name, [&] {
-                    const value input = input_of(todo.arguments, row);
-                    if (!is_missing(input) || is_forced) work_on(todo, row, input);
-                });
-            }
-        });
-    }
+    each_statement(how, record_effects, nesting, [&](const statement& todo) {
+        check_columns(todo.call, content);
+        for (record& row : content.records) {
+            if (row.kind != todo.arguments.text(0)) continue;
+            attempt(m_complaints, todo, [&] {
+                const value input = input_of(todo.arguments, row);
+                if (!is_missing(input) || is_forced) work_on(todo, row, input);
+            });
+        }
+    });
 }
 
 void reader::work_on(const statement& todo, record& row, const value& input) {
@@ -314,18 +320,13 @@ void reader::work_on(const statement& todo, record& row, const value& input) {
 
 void reader::apply_to_tree(const analyzer& how, node& root, std::size_t nesting) {
     const bool is_forced = sees_missing_values(how);
-    for (const recorder::call& made : how.functions) {
-        if (tree_effects.count(made.function_type) == 0) continue;
-        const statement todo{how, made, arguments_of(made), nesting};
-        const auto name = [&] { return todo.name(); };
-        attempt(m_complaints, name, [&] {
-            const engine::EEnumValue type = todo.arguments.number(1);
-            for (node* item : nodes_at(root, todo.arguments.text(0), type)) {
-                if (!is_structured(*item) && item->content.is_null() && !is_forced) continue;
-                attempt(m_complaints, name, [&] { work_on(todo, *item); });
-            }
-        });
-    }
+    each_statement(how, tree_effects, nesting, [&](const statement& todo) {
+        const engine::EEnumValue type = todo.arguments.number(1);
+        for (node* item : nodes_at(root, todo.arguments.text(0), type)) {
+            if (!is_structured(*item) && item->content.is_null() && !is_forced) continue;
+            attempt(m_complaints, todo, [&] { work_on(todo, *item); });
+        }
+    });
 }
 
 void reader::work_on(const statement& todo, node& item) {
@@ -364,8 +365,7 @@ std::string reader::identifier(const statement& todo, const value& input) {
 source reader::read_value(const statement& todo, const value& content) {
     const analyzer& how = helper(todo, 2);
     source found{how.name};
-    const auto name = [&] { return todo.name(); };
-    complete(found, name, [&] { return fill(found, how, content, {}, todo.nesting + 1); });
+    complete(found, todo, [&] { return fill(found, how, content, {}, todo.nesting + 1); });
     return found;
 }
 

@@ -35,7 +35,8 @@ private:
         arguments_of arguments;
         std::size_t nesting; // analyzers that have handed on what this one reads
 
-        std::string name() const { return how.name + ": " + spelled(call); }
+        /// What faults in it are told under.
+        std::string operator()() const { return how.name + ": " + spelled(call); }
     };
 
     source read_file(const analyzer& how, engine::EEnumValue place, const std::string& path,
@@ -49,6 +50,10 @@ private:
                                   const side_files& beside, std::size_t nesting);
 
     bool sees_missing_values(const analyzer& how);
+    template <class Table, class Work>
+    void each_statement(const analyzer& how, const Table& effects, std::size_t nesting,
+                        const Work& work);
+
     void apply_to_records(const analyzer& how, database_content& content, std::size_t nesting);
     void apply_to_tree(const analyzer& how, node& root, std::size_t nesting);
 

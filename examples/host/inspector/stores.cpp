@@ -62,6 +62,34 @@ bool path_fits(const std::string& pattern, const std::string& path) {
         parts(pattern), parts(path), [](std::string_view part) { return part == "**"; }, name_fits);
 }
 
+/// Sorted. What cannot be listed is told.
+std::vector<std::string> files_below(const fs::path& root, complaints& faults) {
+    std::vector<std::string> names;
+    std::vector<fs::path> folders{root};
+    while (!folders.empty()) {
+        const fs::path folder = std::move(folders.back());
+        folders.pop_back();
+        std::error_code failure;
+        const auto tell = [&] {
+            if (failure) faults.add(folder.string() + ": " + failure.message());
+            failure.clear();
+        };
+        fs::directory_iterator entry(folder, failure);
+        for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
+            // Neither kind is a link, which may lead anywhere.
+            const fs::file_type type = entry->symlink_status(failure).type();
+            if (type == fs::file_type::directory) folders.push_back(entry->path());
+            if (type == fs::file_type::regular) {
+                names.push_back(entry->path().lexically_relative(root).string());
+            }
+            tell();
+        }
+        tell();
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 } // namespace
 
 const char* folder_of(engine::EEnumValue place) {
@@ -77,49 +105,21 @@ const char* folder_of(engine::EEnumValue place) {
     }
 }
 
-stores::stores(fs::path folder, complaints& faults)
-    : m_folder(std::move(folder)), m_complaints(faults) {
-    for (const auto place : {engine::enum_fs_app, engine::enum_fs_extra, engine::enum_fs_raw})
-        files(place);
-}
-
-const std::vector<std::string>& stores::files(engine::EEnumValue place) {
-    const auto known = m_files.find(place);
-    if (known != m_files.end()) return known->second;
-    std::vector<std::string> names;
-    const char* folder = folder_of(place);
-    if (folder != nullptr && fs::is_directory(m_folder / folder)) list(m_folder / folder, names);
-    std::sort(names.begin(), names.end());
-    return m_files.emplace(place, std::move(names)).first->second;
-}
-
-void stores::tell(const fs::path& folder, std::error_code& failure) {
-    m_complaints.add(folder.string() + ": " + failure.message());
-    failure.clear();
-}
-
-void stores::list(const fs::path& root, std::vector<std::string>& names) {
-    std::vector<fs::path> folders{root};
-    while (!folders.empty()) {
-        const fs::path folder = std::move(folders.back());
-        folders.pop_back();
-        std::error_code failure;
-        fs::directory_iterator entry(folder, failure);
-        for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
-            // Neither kind is a link, which may lead anywhere.
-            const fs::file_type type = entry->symlink_status(failure).type();
-            if (type == fs::file_type::directory) folders.push_back(entry->path());
-            if (type == fs::file_type::regular) {
-                names.push_back(entry->path().lexically_relative(root).string());
-            }
-            if (failure) tell(folder, failure);
-        }
-        if (failure) tell(folder, failure);
+stores::stores(fs::path folder, complaints& faults) : m_folder(std::move(folder)) {
+    for (const auto place : {engine::enum_fs_app, engine::enum_fs_extra, engine::enum_fs_raw}) {
+        const fs::path root = m_folder / folder_of(place);
+        if (fs::is_directory(root)) m_files[place] = files_below(root, faults);
     }
 }
 
+const std::vector<std::string>& stores::files(engine::EEnumValue place) const {
+    static const std::vector<std::string> none;
+    const auto found = m_files.find(place);
+    return found == m_files.end() ? none : found->second;
+}
+
 std::vector<std::string> stores::matching(engine::EEnumValue place,
-                                          const std::vector<std::string>& patterns) {
+                                          const std::vector<std::string>& patterns) const {
     std::vector<std::string> result;
     for (const std::string& name : files(place)) {
         const auto fits = [&name](const std::string& pattern) { return path_fits(pattern, name); };
@@ -133,7 +133,7 @@ std::string stores::shown(engine::EEnumValue place, const std::string& path) {
     return folder == nullptr ? path : folder + ('/' + path);
 }
 
-std::optional<std::string> stores::read(engine::EEnumValue place, const std::string& path) {
+std::optional<std::string> stores::read(engine::EEnumValue place, const std::string& path) const {
     const std::vector<std::string>& names = files(place);
     if (!std::binary_search(names.begin(), names.end(), path)) return std::nullopt;
     std::ifstream file(m_folder / folder_of(place) / path, std::ios::binary);

@@ -6,7 +6,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace inspector {
@@ -22,21 +21,18 @@ public:
     /// The files of a place that fit one of the patterns, in the order of their names. "*" stands
     /// for any part of a name, "**" for any folders.
     std::vector<std::string> matching(engine::EEnumValue place,
-                                      const std::vector<std::string>& patterns);
+                                      const std::vector<std::string>& patterns) const;
 
     /// A path with the folder of its place in front, to tell of it.
     static std::string shown(engine::EEnumValue place, const std::string& path);
 
     /// The content of a file; nothing if there is no such file. Throws if it cannot be read.
-    std::optional<std::string> read(engine::EEnumValue place, const std::string& path);
+    std::optional<std::string> read(engine::EEnumValue place, const std::string& path) const;
 
 private:
-    const std::vector<std::string>& files(engine::EEnumValue place);
-    void list(const std::filesystem::path& root, std::vector<std::string>& names);
-    void tell(const std::filesystem::path& folder, std::error_code& failure);
+    const std::vector<std::string>& files(engine::EEnumValue place) const;
 
     std::filesystem::path m_folder;
-    complaints& m_complaints; // about folders that cannot be listed
     std::map<engine::EEnumValue, std::vector<std::string>> m_files; // sorted
 };
 

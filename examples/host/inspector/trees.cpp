@@ -154,13 +154,14 @@ void check_xml_depth(std::string_view text) {
     bool is_plain = true;
     for (std::size_t at = text.find('<'); at != std::string_view::npos;
          at = text.find('<', at + 1)) {
-        const std::string_view rest = text.substr(at);
-        const std::string_view tag = rest.substr(0, rest.find('>'));
-        const bool may_hide = begins_with(tag, "<!") || begins_with(tag, "<?") ||
+        const std::size_t end = text.find_first_of("<>", at + 1);
+        const std::string_view tag = text.substr(at, end - at);
+        const bool is_whole = end != std::string_view::npos && text[end] == '>';
+        const bool may_hide = !is_whole || begins_with(tag, "<!") || begins_with(tag, "<?") ||
                               tag.find_first_of("\"'") != std::string_view::npos;
         const bool opens = begins_with(tag, "<array") || begins_with(tag, "<dict");
         is_plain = is_plain && !(may_hide && (opens || depth != 0));
-        const bool is_empty = tag == "<array/" || tag == "<dict/";
+        const bool is_empty = is_whole && (tag == "<array/" || tag == "<dict/");
         const bool closes = begins_with(tag, "</array") || begins_with(tag, "</dict");
         if (opens && !is_empty && ++depth > deepest_tree) fail_too_deep();
         if (closes && is_plain && depth != 0) --depth;
